@@ -1,0 +1,23 @@
+# keluab_options: what every target of ours is compiled with. Each warning that is switched off has its reason beside it.
+add_library(keluab_options INTERFACE)
+target_compile_features(keluab_options INTERFACE cxx_std_20)
+target_compile_options(keluab_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
+  -Wno-non-virtual-dtor  # slots have no destructor: objects die in Release
+)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(keluab_options INTERFACE
+    $<$<COMPILE_LANGUAGE:CXX>:-Wno-cast-function-type>)  # GetProcAddress hands out every function as one type
+endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  target_compile_options(keluab_options INTERFACE -Wthread-safety)
+endif()
+if(WIN32)
+  target_compile_definitions(keluab_options INTERFACE UNICODE _UNICODE)
+  # GetProcAddress and the like are declared without their parameters there.
+else()
+  # Unique symbols would keep the library in the process after dlclose.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(keluab_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-gnu-unique>)
+  endif()
+endif()

@@ -1,0 +1,14 @@
+// UTF-16 to UTF-8 and back. Lone surrogates are kept (as their own three bytes), so that any UTF-16 text round-trips.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace uab {
+
+std::string ToUtf8(std::u16string_view text);
+
+// Bytes that are not UTF-8 become U+FFFD, one for each byte.
+std::u16string ToUtf16(std::string_view text);
+
+}  // namespace uab
