@@ -1,0 +1,193 @@
+#include "props/prop_record.h"
+
+#include <cstring>
+#include <new>
+
+#include "frame/allocation_chain.h"
+#include "keluab/tags.h"
+#include "props/multi_value.h"
+
+namespace uab {
+namespace {
+
+bool HasData(ULONG type) noexcept {
+  return type == PT_STRING8 || type == PT_UNICODE || type == PT_CLSID || type == PT_BINARY || IsMultiValued(type);
+}
+
+HRESULT MeasureData(const SPropValue& value, std::size_t* size) noexcept {
+  if (IsMultiValued(value.ulPropTag)) return MeasureMultiValue(value, size);
+  switch (PropType(value.ulPropTag)) {
+    case PT_STRING8:
+      *size = static_cast<std::size_t>(lstrlenA(value.Value.lpszA)) + 1;
+      return S_OK;
+    case PT_UNICODE:
+      *size = 2 * (static_cast<std::size_t>(lstrlenW(value.Value.lpszW)) + 1);
+      return S_OK;
+    case PT_CLSID:
+      *size = sizeof(GUID);
+      return S_OK;
+    case PT_BINARY:
+      *size = value.Value.bin.cb;
+      return S_OK;
+    default:
+      *size = 0;
+      return S_OK;
+  }
+}
+
+// The value's pointer, where it is one to data of a single value.
+const void* DataPointer(const SPropValue& value) noexcept {
+  switch (PropType(value.ulPropTag)) {
+    case PT_STRING8:
+      return value.Value.lpszA;
+    case PT_UNICODE:
+      return value.Value.lpszW;
+    case PT_CLSID:
+      return value.Value.lpguid;
+    case PT_BINARY:
+      return value.Value.bin.lpb;
+    default:
+      return nullptr;
+  }
+}
+
+// Addresses of this process have no place in a record.
+void ClearPointer(SPropValue& value) noexcept {
+  ULONG type = PropType(value.ulPropTag);
+  if (type == PT_BINARY || IsMultiValued(type)) {
+    value.Value.bin.lpb = nullptr;
+  } else if (HasData(type)) {
+    value.Value.lpszA = nullptr;
+  }
+}
+
+std::size_t RecordLength(std::size_t data_length) noexcept {
+  std::size_t padded = (data_length + 7) & ~std::size_t{7};
+  return padded <= 8 ? kMinRecordLength : padded + sizeof(PropRecord);
+}
+
+bool EndsInside8(const PropRecord& record) noexcept {
+  return std::memchr(record.data(), 0, record.dataLength) != nullptr;
+}
+
+bool EndsInside16(const PropRecord& record) noexcept {
+  const BYTE* data = record.data();
+  for (std::size_t at = 0; at + 2 <= record.dataLength; at += 2) {
+    if (data[at] == 0 && data[at + 1] == 0) return true;
+  }
+  return false;
+}
+
+bool CheckData(PropRecord& record) noexcept {
+  SPropValue& value = record.value;
+  ULONG type = PropType(value.ulPropTag);
+  if (IsMultiValued(type)) {
+    if (!AdoptMultiValue(value, record.data(), record.dataLength)) return false;
+    if (type == PT_MV_STRING8 || type == PT_MV_UNICODE) {
+      std::memset(record.data(), 0, 8 * std::size_t{value.Value.MVszA.cValues});
+    } else if (type == PT_MV_BINARY) {
+      for (ULONG i = 0; i < value.Value.MVbin.cValues; ++i) value.Value.MVbin.lpbin[i].lpb = nullptr;
+    }
+    return true;
+  }
+  switch (type) {
+    case PT_STRING8:
+      return EndsInside8(record);
+    case PT_UNICODE:
+      return EndsInside16(record);
+    case PT_CLSID:
+      return record.dataLength == sizeof(GUID);
+    case PT_BINARY:
+      value.Value.bin.cb = record.dataLength;
+      return true;
+    default:
+      return true;
+  }
+}
+
+}  // namespace
+
+HRESULT MakeEmptyNode(std::size_t size, PropNodePtr& node) noexcept {
+  std::size_t bytes = offsetof(PropNode, record) + (size < kMinRecordLength ? kMinRecordLength : size);
+  void* block = ::operator new(bytes, std::nothrow);
+  if (block == nullptr) return E_OUTOFMEMORY;
+  std::memset(block, 0, bytes);
+  node.reset(static_cast<PropNode*>(block));
+  return S_OK;
+}
+
+HRESULT MakePropNode(const SPropValue& value, PropNodePtr& node) noexcept {
+  std::size_t size = 0;
+  if (HRESULT hr = MeasureData(value, &size); Failed(hr)) return hr;
+  if (size > kMaxDataLength) return E_OUTOFMEMORY;
+  std::size_t length = RecordLength(size);
+  if (HRESULT hr = MakeEmptyNode(length, node); Failed(hr)) return hr;
+  PropRecord& record = node->record;
+  record.recLength = static_cast<ULONG>(length);
+  record.dataLength = static_cast<ULONG>(size);
+  record.value = value;
+  ClearPointer(record.value);
+  if (IsMultiValued(value.ulPropTag)) {
+    WriteMultiValue(value, record.data(), false);
+  } else if (const void* data = DataPointer(value); data != nullptr && size != 0) {
+    std::memcpy(record.data(), data, size);
+  }
+  return S_OK;
+}
+
+bool CheckRecord(PropRecord& record, std::size_t size) noexcept {
+  if (size < kMinRecordLength || record.recLength != size) return false;
+  if (record.dataLength > kMaxDataLength || RecordLength(record.dataLength) != size) return false;
+  ClearPointer(record.value);
+  ULONG type = PropType(record.value.ulPropTag);
+  if (!HasData(type)) {
+    record.dataLength = 0;
+    record.recLength = kMinRecordLength;
+    return true;
+  }
+  if (record.dataLength != 0) return CheckData(record);
+  if (type == PT_BINARY || IsMultiValued(type)) {
+    record.value.Value.bin = SBinary{};
+  } else if (type != PT_CLSID) {
+    record.dataLength = type == PT_STRING8 ? 1 : 2;  // an empty string: its terminator
+    std::memset(record.data(), 0, record.dataLength);
+  }
+  return true;
+}
+
+HRESULT ReadPropRecord(const PropRecord& record, void* head, SPropValue& value) noexcept {
+  value = record.value;
+  std::size_t size = record.dataLength;
+  if (size == 0) return S_OK;
+  BYTE* block = nullptr;
+  HRESULT hr =
+      head != nullptr ? AllocateLinkedInto(block, size, head) : AllocateHead(size, reinterpret_cast<void**>(&block));
+  if (Failed(hr)) return hr;
+  std::memcpy(block, record.data(), size);
+  switch (PropType(value.ulPropTag)) {
+    case PT_STRING8:
+    case PT_UNICODE:
+    case PT_CLSID:
+      value.Value.lpszA = reinterpret_cast<char*>(block);
+      return S_OK;
+    case PT_BINARY:
+      value.Value.bin.cb = static_cast<ULONG>(size);
+      value.Value.bin.lpb = block;
+      return S_OK;
+    default:
+      AdoptMultiValue(value, block, size);
+      return S_OK;
+  }
+}
+
+const WCHAR* RecordText(const PropRecord& record) noexcept {
+  bool text = PropType(record.value.ulPropTag) == PT_UNICODE && record.dataLength != 0;
+  return text ? reinterpret_cast<const WCHAR*>(record.data()) : nullptr;
+}
+
+std::span<const BYTE> RecordBytes(const PropRecord& record) noexcept {
+  if (PropType(record.value.ulPropTag) != PT_BINARY) return {};
+  return {record.data(), record.dataLength};
+}
+
+}  // namespace uab

@@ -1,0 +1,128 @@
+#include "props/prop_values.h"
+
+#include <cstring>
+
+#include "props/multi_value.h"
+
+namespace uab {
+
+SPropValue* FindProp(SPropValue* values, ULONG count, ULONG tag) noexcept {
+  for (ULONG i = 0; i < count; ++i) {
+    if (TagMatches(tag, values[i].ulPropTag)) return &values[i];
+  }
+  return nullptr;
+}
+
+std::span<const BYTE> BytesOf(const SBinary& binary) noexcept {
+  return binary.lpb == nullptr ? std::span<const BYTE>() : std::span<const BYTE>(binary.lpb, binary.cb);
+}
+
+std::span<const BYTE> EntryIdOf(SPropValue* values, ULONG count) noexcept {
+  const SPropValue* entry = FindProp(values, count, PR_ENTRYID);
+  return entry == nullptr ? std::span<const BYTE>() : BytesOf(entry->Value.bin);
+}
+
+bool IsTagListed(ULONG tag, const SPropTagArray* tags) noexcept {
+  if (tags == nullptr) return false;
+  for (ULONG i = 0; i < tags->cValues; ++i) {
+    if (TagMatches(tag, tags->aulPropTag[i])) return true;
+  }
+  return false;
+}
+
+bool ExcludeTags(SPropTagArray* tags, const SPropTagArray* excluded) noexcept {
+  if (tags == nullptr || excluded == nullptr) return false;
+  ULONG kept = 0;
+  for (ULONG i = 0; i < tags->cValues; ++i) {
+    ULONG tag = tags->aulPropTag[i];
+    bool out = false;
+    for (ULONG j = 0; j < excluded->cValues && !out; ++j) out = TagMatches(excluded->aulPropTag[j], tag);
+    if (!out) tags->aulPropTag[kept++] = tag;
+  }
+  tags->cValues = kept;
+  return true;
+}
+
+HRESULT StripObjectAndBinaryTags(const SPropTagArray* tags, SPropTagArray** stripped) noexcept {
+  if (tags == nullptr || stripped == nullptr || tags->cValues == 0) return E_INVALIDARG;
+  *stripped = nullptr;
+  ChainPtr<SPropTagArray> result;
+  if (HRESULT hr = AllocateInto(result, TagArraySize(tags->cValues)); Failed(hr)) return hr;
+  for (ULONG i = 0; i < tags->cValues; ++i) {
+    ULONG type = PropType(tags->aulPropTag[i]);
+    if (type == PT_OBJECT || type == PT_BINARY || type == PT_MV_BINARY) continue;
+    result->aulPropTag[result->cValues++] = tags->aulPropTag[i];
+  }
+  if (result->cValues == 0) return MAPI_E_NOT_FOUND;
+  *stripped = result.Detach();
+  return S_OK;
+}
+
+bool DupBinary(SBinary** copy, const SBinary* source) noexcept {
+  *copy = nullptr;
+  if (source == nullptr) return true;
+  ChainPtr<SBinary> block;
+  if (Failed(AllocateInto(block, sizeof(SBinary) + std::size_t{source->cb}))) return false;
+  block->cb = source->cb;
+  if (source->cb != 0 && source->lpb != nullptr) {
+    block->lpb = reinterpret_cast<BYTE*>(block.Get() + 1);
+    std::memcpy(block->lpb, source->lpb, source->cb);
+  }
+  *copy = block.Detach();
+  return true;
+}
+
+namespace {
+
+// A linked copy of size bytes; a null source stays null and costs nothing.
+template <typename T>
+HRESULT CopyLinked(T*& copy, const T* source, std::size_t size, void* head) noexcept {
+  copy = nullptr;
+  if (source == nullptr) return S_OK;
+  HRESULT hr = AllocateLinkedInto(copy, size, head);
+  if (Succeeded(hr)) std::memcpy(copy, source, size);
+  return hr;
+}
+
+HRESULT CopySingleValue(SPropValue& destination, const SPropValue& source, void* head) noexcept {
+  destination = SPropValue{};
+  destination.ulPropTag = source.ulPropTag;
+  const SPropValueUnion& from = source.Value;
+  SPropValueUnion& to = destination.Value;
+  switch (PropType(source.ulPropTag)) {
+    case PT_STRING8:
+      return CopyLinked(to.lpszA, from.lpszA, static_cast<std::size_t>(lstrlenA(from.lpszA)) + 1, head);
+    case PT_UNICODE:
+      return CopyLinked(to.lpszW, from.lpszW, 2 * (static_cast<std::size_t>(lstrlenW(from.lpszW)) + 1), head);
+    case PT_CLSID:
+      return CopyLinked(to.lpguid, from.lpguid, sizeof(GUID), head);
+    case PT_BINARY:
+      to.bin.cb = from.bin.cb;
+      return from.bin.cb == 0 ? S_OK : CopyLinked(to.bin.lpb, from.bin.lpb, from.bin.cb, head);
+    default:
+      to = from;
+      return S_OK;
+  }
+}
+
+}  // namespace
+
+HRESULT CopyValue(SPropValue& destination, const SPropValue& source, void* head) noexcept {
+  return IsMultiValued(source.ulPropTag) ? CopyMultiValue(destination, source, head)
+                                         : CopySingleValue(destination, source, head);
+}
+
+HRESULT CopyMultiValue(SPropValue& destination, const SPropValue& source, void* head) noexcept {
+  std::size_t size = 0;
+  if (HRESULT hr = MeasureMultiValue(source, &size); Failed(hr)) return hr;
+  destination = source;
+  destination.dwAlignPad = 0;
+  if (size == 0) return S_OK;
+  BYTE* block = nullptr;
+  if (HRESULT hr = AllocateLinkedInto(block, size, head); Failed(hr)) return hr;
+  WriteMultiValue(source, block, true);
+  destination.Value.MVbin.lpbin = reinterpret_cast<SBinary*>(block);
+  return S_OK;
+}
+
+}  // namespace uab
