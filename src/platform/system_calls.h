@@ -1,5 +1,6 @@
 // The system calls that can fail, in one table. The library makes them through Sys(), so that a test can put a failing
-// one in a call's place, with the same code on every system.
+// one in a call's place, with the same code on every system. What a call answers when it is made to fail stands in
+// tests/support/system_call_failure.cpp, one line for each.
 #pragma once
 
 #include "platform/win32.h"

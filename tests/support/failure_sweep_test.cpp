@@ -1,0 +1,124 @@
+#include "support/failure_sweep.h"
+
+#include <gtest/gtest-spi.h>
+
+#include <memory>
+#include <new>
+#include <thread>
+#include <vector>
+
+#include "frame/allocation_chain.h"
+#include "platform/system_calls.h"
+
+namespace uab {
+namespace {
+
+constexpr auto kNoState = [] { return 0; };
+
+// Takes memory and gives it back: a direct call, which no compiler may leave out.
+HRESULT TakeMemory() {
+  ::operator delete(::operator new(24));
+  return S_OK;
+}
+
+TEST(FailureSweep, RefusesEveryFormOfRequestAloneAndForGood) {
+  struct alignas(64) Wide {
+    BYTE bytes[64];
+  };
+  std::vector<std::string> runs;
+  std::string granted;
+  granted.reserve(16);
+  auto note = [&](const void* block) {
+    granted += block != nullptr ? '+' : '-';
+    return block != nullptr;
+  };
+  auto act = [&](int) -> HRESULT {
+    granted.clear();
+    ChainPtr<BYTE> head;
+    AllocateInto(head, 10);
+    std::unique_ptr<int> number(new (std::nothrow) int(1));
+    std::unique_ptr<Wide> wide(new (std::nothrow) Wide);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(wide.get()) % 64, 0u);
+    bool all = note(head.Get()) & note(number.get()) & note(wide.get());
+    try {
+      std::vector<int> items(100);
+      note(items.data());
+    } catch (const std::bad_alloc&) {
+      note(nullptr);
+      throw;
+    }
+    return all ? S_OK : E_OUTOFMEMORY;
+  };
+  ForEachAllocationFailure(kNoState, act, [&](int, HRESULT hr) {
+    EXPECT_EQ(hr, granted == "++++" ? S_OK : E_OUTOFMEMORY);
+    UnwatchedScope unwatched;
+    runs.push_back(granted);
+  });
+  EXPECT_EQ(runs, (std::vector<std::string>{"++++", "-+++", "+-++", "++-+", "+++-", "++++",  //
+                                            "----", "+---", "++--", "+++-", "++++"}));
+}
+
+TEST(FailureSweep, OtherThreadsAreLeftAlone) {
+  ForEachAllocationFailure(kNoState, [](int) -> HRESULT {
+    TakeMemory();
+    HRESULT other = E_FAIL;
+    {
+      UnwatchedScope unwatched;  // starting a thread needs memory of ours
+      std::thread([&other] { other = TakeMemory(); }).join();
+    }
+    return other;
+  });
+}
+
+// Each of these faults has to fail the sweep; nothing in here may refer to a local variable.
+struct Leak {
+  static inline void* last = nullptr;
+  static HRESULT OfHeap(int) {
+    ::operator delete(last);
+    last = nullptr;
+    last = ::operator new(24);
+    return S_OK;
+  }
+  static HRESULT OfChain(int) {
+    if (last != nullptr) UABFreeBuffer(last);
+    return UABAllocateBuffer(24, &last);
+  }
+};
+struct AllocatingDestructor {
+  ~AllocatingDestructor() { TakeMemory(); }
+};
+void Ignore(int, HRESULT) {}
+
+TEST(FailureSweep, ReportsWhatAnOperationDoesWrong) {
+  EXPECT_NONFATAL_FAILURE(ForEachAllocationFailure(kNoState, Leak::OfHeap, Ignore), "general heap, 24 bytes");
+  ::operator delete(Leak::last);
+  Leak::last = nullptr;
+  EXPECT_NONFATAL_FAILURE(ForEachAllocationFailure(kNoState, Leak::OfChain, Ignore), "task allocator, 49 bytes");
+  UABFreeBuffer(Leak::last);
+  EXPECT_NONFATAL_FAILURE(ForEachAllocationFailure(kNoState, [](int) { return S_OK; }), "requests nothing");
+  EXPECT_NONFATAL_FAILURE(ForEachAllocationFailure(kNoState, [](int) { return E_FAIL; }), "nothing was refused");
+  EXPECT_NONFATAL_FAILURE(ForEachAllocationFailure([] { return AllocatingDestructor(); },
+                                                   [](AllocatingDestructor&) { return TakeMemory(); }),
+                          "a destructor or a Release requests memory");
+}
+
+TEST(FailureSweep, RefusesSystemCalls) {
+  std::string answers;
+  answers.reserve(64);
+  ForEachSystemCallFailure(kNoState, [&](int) -> HRESULT {
+    WCHAR path[4];
+    SetLastError(ERROR_SUCCESS);
+    DWORD chars = Sys().get_module_file_name(nullptr, path, 4);
+    bool named = chars == 4 && GetLastError() == ERROR_INSUFFICIENT_BUFFER;
+    EXPECT_TRUE(named || GetLastError() == ERROR_INVALID_HANDLE) << GetLastError();
+    GUID guid;
+    HRESULT hr = Sys().co_create_guid(&guid);
+    answers += named ? '+' : '-';
+    answers += hr == S_OK ? "+ " : "- ";
+    return named ? hr : E_FAIL;
+  });
+  EXPECT_EQ(answers, "++ -+ +- ++ -- +- ++ ");
+}
+
+}  // namespace
+}  // namespace uab

@@ -1,0 +1,62 @@
+#include "support/system_call_failure.h"
+
+#include <cstddef>
+#include <type_traits>
+
+namespace uab {
+namespace {
+
+SystemCalls real_calls;
+constinit thread_local Countdown* thread_countdown = nullptr;
+
+// Stands in a call's place. A refused call returns kResult (null where the call returns a pointer), sets the last error
+// where kLastError is not 0, and stores nothing.
+template <auto kCall, LONG kResult, DWORD kLastError, typename Result, typename... Arguments>
+Result CountedCall(Arguments... arguments) {
+  if (thread_countdown == nullptr || !thread_countdown->Refuses()) return (real_calls.*kCall)(arguments...);
+  if constexpr (kLastError != 0) SetLastError(kLastError);
+  if constexpr (std::is_pointer_v<Result>) {
+    return nullptr;
+  } else {
+    return static_cast<Result>(kResult);
+  }
+}
+
+template <auto kCall, LONG kResult, DWORD kLastError, typename Result, typename... Arguments>
+void Replace(Result (*SystemCalls::*)(Arguments...)) noexcept {
+  Sys().*kCall = &CountedCall<kCall, kResult, kLastError, Result, Arguments...>;
+}
+
+// One call of the table: what it answers when refused, and the last error that it then leaves.
+template <auto kCall, LONG kResult, DWORD kLastError = 0>
+struct Call {
+  static void Count() noexcept { Replace<kCall, kResult, kLastError>(kCall); }
+};
+
+template <typename... Calls>
+struct CallList {
+  static constexpr std::size_t kBytes = sizeof...(Calls) * sizeof(void (*)());
+  static void Count() noexcept { (Calls::Count(), ...); }
+};
+
+using EveryCall = CallList<                                             //
+    Call<&SystemCalls::co_create_guid, E_FAIL>,                         //
+    Call<&SystemCalls::get_module_file_name, 0, ERROR_INVALID_HANDLE>,  //
+    Call<&SystemCalls::get_proc_address, 0, ERROR_PROC_NOT_FOUND>,      //
+    Call<&SystemCalls::load_library, 0, ERROR_MOD_NOT_FOUND>>;
+static_assert(EveryCall::kBytes == sizeof(SystemCalls), "each call of the table has a line here, and none has two");
+
+}  // namespace
+
+SystemCallCountdownScope::SystemCallCountdownScope(Countdown& countdown) noexcept : before_(Sys()) {
+  real_calls = before_;
+  EveryCall::Count();
+  thread_countdown = &countdown;
+}
+
+SystemCallCountdownScope::~SystemCallCountdownScope() {
+  thread_countdown = nullptr;
+  Sys() = before_;
+}
+
+}  // namespace uab
