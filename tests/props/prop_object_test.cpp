@@ -1,0 +1,119 @@
+#include "props/prop_object.h"
+
+#include <gtest/gtest.h>
+
+#include "frame/allocation_chain.h"
+#include "support/values.h"
+
+namespace uab {
+namespace {
+
+constexpr ULONG kMissing = PropTag(PT_LONG, 0x6677);
+
+class PropObjectTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    SPropValue values[] = {TextValue(PR_DISPLAY_NAME_W, UAB_TEXT("Fax")), LongValue(PR_NULL, 0), LongValue(PR_DEPTH, 2),
+                           LongValue(WithPropType(PR_DEPTH, PT_ERROR), 1)};
+    ASSERT_EQ(object_.InitProps(4, values), S_OK);
+  }
+
+  template <std::size_t N>
+  HRESULT Get(const TagArray<N>& tags) {
+    return object_.GetProps(tags.address(), MAPI_UNICODE, &count_, values_.Put());
+  }
+
+  PropObject object_;
+  ULONG count_ = 99;
+  ChainPtr<SPropValue> values_;
+  ChainPtr<SPropProblemArray> problems_;
+};
+
+TEST_F(PropObjectTest, GetPropsAnswersByIdentifier) {
+  EXPECT_EQ(Get(TagArray<2>{2, {PR_DISPLAY_NAME_A, PR_NULL}}), S_OK);
+  ASSERT_EQ(count_, 2u);
+  EXPECT_EQ(values_.Get()[0].ulPropTag, PR_DISPLAY_NAME_W);
+  EXPECT_EQ(Text(values_.Get()[0]), UAB_TEXT("Fax"));
+  EXPECT_EQ(values_.Get()[1].ulPropTag, PR_NULL);
+  for (bool first : {true, false}) {
+    EXPECT_EQ(Get(first ? TagArray<2>{2, {kMissing, PR_DEPTH}} : TagArray<2>{2, {PR_DEPTH, kMissing}}),
+              MAPI_W_ERRORS_RETURNED);
+    const SPropValue& missing = values_.Get()[first ? 0 : 1];
+    EXPECT_EQ(missing.ulPropTag, WithPropType(kMissing, PT_ERROR));
+    EXPECT_EQ(missing.Value.err, MAPI_E_NOT_FOUND);
+  }
+}
+
+TEST_F(PropObjectTest, RefusalsWriteNothing) {
+  TagArray<1> tags = {1, {PR_DEPTH}}, none = {0, {}};
+  SPropValue* untouched = reinterpret_cast<SPropValue*>(this);
+  SPropTagArray* list = reinterpret_cast<SPropTagArray*>(this);
+  EXPECT_EQ(object_.GetProps(tags.address(), 0, &count_, &untouched), MAPI_E_BAD_CHARWIDTH);
+  EXPECT_EQ(object_.GetProps(none.address(), MAPI_UNICODE, &count_, &untouched), E_INVALIDARG);
+  EXPECT_EQ(object_.GetProps(tags.address(), MAPI_UNICODE, nullptr, &untouched), E_INVALIDARG);
+  EXPECT_EQ(object_.GetPropList(0, &list), MAPI_E_BAD_CHARWIDTH);
+  EXPECT_EQ(count_, 99u);
+  EXPECT_EQ(untouched, reinterpret_cast<SPropValue*>(this));
+  EXPECT_EQ(list, reinterpret_cast<SPropTagArray*>(this));
+  EXPECT_EQ(object_.DeleteProps(nullptr, nullptr), E_INVALIDARG);
+  EXPECT_EQ(object_.SetProps(1, nullptr, nullptr), E_INVALIDARG);
+}
+
+TEST_F(PropObjectTest, NullTagsMeanEverythingInOrder) {
+  ASSERT_EQ(object_.GetProps(nullptr, MAPI_UNICODE, &count_, values_.Put()), S_OK);
+  ASSERT_EQ(count_, 2u);
+  EXPECT_EQ(values_.Get()[1].Value.l, 2);
+  PropObject empty;
+  ASSERT_EQ(empty.GetProps(nullptr, MAPI_UNICODE, &count_, values_.Put()), S_OK);
+  EXPECT_EQ(count_, 0u);
+  EXPECT_EQ(values_.Get(), nullptr);
+}
+
+TEST_F(PropObjectTest, SetPropsReportsWhatItRefuses) {
+  SPropValue values[] = {BinaryValue(PR_ENTRYID, "x", 1),
+                         TextValue(PR_COMMENT_W, UAB_TEXT("first")),
+                         LongValue(PR_CONTAINER_CONTENTS, 0),
+                         TextValue(PR_COMMENT_W, UAB_TEXT("second")),
+                         LongValue(WithPropType(kMissing, PT_ERROR), 0),
+                         LongValue(PropTag(PT_LONG, 0x0FF5), 1)};
+  ASSERT_EQ(object_.SetProps(6, values, problems_.Put()), S_OK);
+  ASSERT_TRUE(problems_);
+  ASSERT_EQ(problems_->cProblem, 2u);
+  EXPECT_EQ(problems_->aProblem[0].ulIndex, 0u);
+  EXPECT_EQ(problems_->aProblem[0].ulPropTag, PR_ENTRYID);
+  EXPECT_EQ(problems_->aProblem[0].scode, MAPI_E_COMPUTED);
+  EXPECT_EQ(problems_->aProblem[1].ulIndex, 2u);
+  EXPECT_EQ(problems_->aProblem[1].scode, E_ACCESSDENIED);
+  ChainPtr<SPropTagArray> tags;
+  ASSERT_EQ(object_.GetPropList(MAPI_UNICODE, tags.Put()), S_OK);
+  ASSERT_EQ(tags->cValues, 4u);
+  EXPECT_EQ(tags->aulPropTag[2], PR_COMMENT_W);
+  EXPECT_EQ(Get(TagArray<1>{1, {PR_COMMENT_W}}), S_OK);
+  EXPECT_EQ(Text(values_.Get()[0]), UAB_TEXT("second"));
+  EXPECT_EQ(object_.SetProps(1, &values[0], nullptr), S_OK) << "without an array refusals are silent";
+}
+
+TEST_F(PropObjectTest, DeletePropsReportsWhatIsMissing) {
+  TagArray<2> tags = {2, {PR_DISPLAY_NAME_A, kMissing}};
+  ASSERT_EQ(object_.DeleteProps(tags.address(), problems_.Put()), S_OK);
+  ASSERT_TRUE(problems_);
+  EXPECT_EQ(problems_->cProblem, 1u);
+  EXPECT_EQ(problems_->aProblem[0].ulIndex, 1u);
+  EXPECT_EQ(problems_->aProblem[0].ulPropTag, kMissing);
+  EXPECT_EQ(Get(TagArray<1>{1, {PR_DISPLAY_NAME_W}}), MAPI_W_ERRORS_RETURNED);
+  TagArray<1> rest = {1, {PR_DEPTH}};
+  ASSERT_EQ(object_.DeleteProps(rest.address(), problems_.Put()), S_OK);
+  EXPECT_FALSE(problems_) << "no problem, no array";
+}
+
+TEST(CheckPropTag, ComputedIdentifiersOfAnyType) {
+  for (ULONG id : {0x0FF4u, 0x0FF6u, 0x0FF7u, 0x0FFEu, 0x0FFFu, 0x300Bu, 0x3600u, 0x3615u, 0x3900u}) {
+    EXPECT_EQ(CheckPropTag(PropTag(PT_UNICODE, id)), MAPI_E_COMPUTED) << std::hex << id;
+    EXPECT_EQ(CheckPropTag(PropTag(PT_OBJECT, id)), E_ACCESSDENIED) << std::hex << id;
+  }
+  for (ULONG id : {0x0FF5u, 0x0FF8u, 0x0FFDu, 0x3001u})
+    EXPECT_EQ(CheckPropTag(PropTag(PT_LONG, id)), S_OK) << std::hex << id;
+}
+
+}  // namespace
+}  // namespace uab

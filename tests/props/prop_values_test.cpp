@@ -1,0 +1,152 @@
+#include "props/prop_values.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "support/values.h"
+
+namespace uab {
+namespace {
+
+TEST(PropValues, TypedTagsFindTheirTypeAndUntypedOnesAny) {
+  SPropValue values[] = {LongValue(PropTag(PT_LONG, 0x3001), 1), TextValue(PR_DISPLAY_NAME_W, UAB_TEXT("x"))};
+  EXPECT_EQ(FindProp(values, 2, PR_DISPLAY_NAME_W), &values[1]);
+  EXPECT_EQ(FindProp(values, 2, PropTag(PT_UNSPECIFIED, 0x3001)), &values[0]);
+  EXPECT_EQ(FindProp(values, 2, PR_DISPLAY_NAME_A), nullptr);
+  EXPECT_EQ(FindProp(values, 0, PR_DISPLAY_NAME_W), nullptr);
+}
+
+TEST(PropValues, ExcludeTagsKeepsTheOrderOfTheRest) {
+  TagArray<4> tags = {4, {PR_DISPLAY_NAME_W, PR_DISPLAY_NAME_A, PR_DEPTH, PR_ENTRYID}};
+  TagArray<2> excluded = {2, {PR_DISPLAY_NAME_A, PropTag(PT_UNSPECIFIED, PropId(PR_ENTRYID))}};
+  EXPECT_TRUE(ExcludeTags(tags.address(), excluded.address()));
+  ASSERT_EQ(tags.cValues, 2u);
+  EXPECT_EQ(tags.aulPropTag[0], PR_DISPLAY_NAME_W);
+  EXPECT_EQ(tags.aulPropTag[1], PR_DEPTH);
+  EXPECT_FALSE(ExcludeTags(nullptr, excluded.address()));
+  EXPECT_FALSE(ExcludeTags(tags.address(), nullptr));
+  EXPECT_EQ(tags.cValues, 2u);
+}
+
+TEST(PropValues, StripObjectAndBinaryTags) {
+  TagArray<4> tags = {4, {PR_ENTRYID, PR_DEPTH, PR_CONTAINER_CONTENTS, PR_AB_SEARCH_PATH}};
+  SPropTagArray* stripped = nullptr;
+  ASSERT_EQ(StripObjectAndBinaryTags(tags.address(), &stripped), S_OK);
+  ASSERT_EQ(stripped->cValues, 1u);
+  EXPECT_EQ(stripped->aulPropTag[0], PR_DEPTH);
+  UABFreeBuffer(stripped);
+  tags.aulPropTag[1] = PR_ENTRYID;
+  EXPECT_EQ(StripObjectAndBinaryTags(tags.address(), &stripped), MAPI_E_NOT_FOUND);
+  EXPECT_EQ(stripped, nullptr);
+  tags.cValues = 0;
+  EXPECT_EQ(StripObjectAndBinaryTags(tags.address(), &stripped), E_INVALIDARG);
+}
+
+TEST(PropValues, DupBinaryIsOneBlock) {
+  BYTE bytes[] = {1, 2, 3};
+  SBinary source = {3, bytes};
+  SBinary* copy = nullptr;
+  ASSERT_TRUE(DupBinary(&copy, &source));
+  EXPECT_EQ(copy->lpb, reinterpret_cast<BYTE*>(copy + 1));
+  EXPECT_EQ(std::memcmp(copy->lpb, bytes, 3), 0);
+  UABFreeBuffer(copy);
+  source.lpb = nullptr;
+  ASSERT_TRUE(DupBinary(&copy, &source));
+  EXPECT_EQ(copy->cb, 3u);
+  EXPECT_EQ(copy->lpb, nullptr);
+  UABFreeBuffer(copy);
+  EXPECT_TRUE(DupBinary(&copy, nullptr));
+  EXPECT_EQ(copy, nullptr);
+}
+
+// One linked copy, and the size of the block that holds its data (0: none).
+struct Copied {
+  HRESULT hr;
+  SPropValue value{};
+  ULONG size = 0;
+  ChainPtr<BYTE> head;
+};
+
+Copied Copy(const SPropValue& source) {
+  Copied copied;
+  EXPECT_EQ(AllocateInto(copied.head), S_OK);
+  copied.hr = CopyValue(copied.value, source, copied.head.Get());
+  const BlockHeader* next = (reinterpret_cast<BlockHeader*>(copied.head.Get()) - 1)->next;
+  if (next != nullptr) copied.size = next->size;
+  return copied;
+}
+
+TEST(PropValues, CopiesOccupyWhatTheirDataNeeds) {
+  char ab[] = "ab";
+  GUID guid = {1, 2, 3, {4}};
+  SPropValue text8{};
+  text8.ulPropTag = PR_DISPLAY_NAME_A;
+  text8.Value.lpszA = ab;
+  SPropValue clsid{};
+  clsid.ulPropTag = PropTag(PT_CLSID, 0x6601);
+  clsid.Value.lpguid = &guid;
+  struct {
+    const char* what;
+    SPropValue value;
+    ULONG size;
+  } cases[] = {
+      {"wide text", TextValue(PR_DISPLAY_NAME_W, UAB_TEXT("ab")), 6},
+      {"8-bit text", text8, 3},
+      {"guid", clsid, 16},
+      {"bytes", BinaryValue(PR_ENTRYID, ab, 2), 2},
+      {"no bytes", BinaryValue(PR_ENTRYID, ab, 0), 0},
+      {"null text", TextValue(PR_DISPLAY_NAME_W, nullptr), 0},
+      {"number", LongValue(PR_DEPTH, 7), 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    Copied copied = Copy(c.value);
+    ASSERT_EQ(copied.hr, S_OK);
+    EXPECT_EQ(copied.size, c.size);
+    EXPECT_EQ(copied.value.ulPropTag, c.value.ulPropTag);
+    if (c.size != 0 && PropType(c.value.ulPropTag) != PT_BINARY) {
+      EXPECT_EQ(std::memcmp(copied.value.Value.lpszA, c.value.Value.lpszA, c.size), 0);
+      EXPECT_NE(copied.value.Value.lpszA, c.value.Value.lpszA);
+    }
+  }
+  EXPECT_EQ(Copy(cases[4].value).value.Value.bin.lpb, nullptr);
+  EXPECT_EQ(Copy(cases[6].value).value.Value.l, 7);
+}
+
+TEST(PropValues, MultiValuedBlocksAreSelfContained) {
+  WCHAR a[] = UAB_TEXT("a"), bc[] = UAB_TEXT("bc");
+  WCHAR* texts[] = {a, bc};
+  SPropValue strings{};
+  strings.ulPropTag = PR_SERVICE_SUPPORT_FILES_W;
+  strings.Value.MVszW = {2, texts};
+  Copied copied = Copy(strings);
+  ASSERT_EQ(copied.hr, S_OK);
+  EXPECT_EQ(copied.size, 26u);
+  auto* block = reinterpret_cast<BYTE*>(copied.value.Value.MVszW.lppszW);
+  EXPECT_EQ(reinterpret_cast<BYTE*>(copied.value.Value.MVszW.lppszW[0]), block + 16);
+  EXPECT_EQ(reinterpret_cast<BYTE*>(copied.value.Value.MVszW.lppszW[1]), block + 20);
+  EXPECT_EQ(lstrcmpW(copied.value.Value.MVszW.lppszW[1], bc), 0);
+
+  BYTE run[] = {9, 8, 7};
+  SBinary runs[] = {{1, run}, {0, nullptr}, {2, run + 1}};
+  SPropValue binaries{};
+  binaries.ulPropTag = PR_AB_SEARCH_PATH;
+  binaries.Value.MVbin = {3, runs};
+  copied = Copy(binaries);
+  ASSERT_EQ(copied.hr, S_OK);
+  EXPECT_EQ(copied.size, 51u);
+  EXPECT_EQ(copied.value.Value.MVbin.lpbin[2].lpb[1], 7);
+
+  SPropValue unknown = strings;
+  unknown.ulPropTag = PropTag(MV_FLAG | PT_OBJECT, 0x6602);
+  EXPECT_EQ(Copy(unknown).hr, MAPI_E_NO_SUPPORT);
+  strings.Value.MVszW = {2, nullptr};
+  EXPECT_EQ(Copy(strings).hr, E_INVALIDARG) << "values counted, but no array";
+  strings.Value.MVszW = {0, nullptr};
+  EXPECT_EQ(Copy(strings).hr, S_OK);
+}
+
+}  // namespace
+}  // namespace uab

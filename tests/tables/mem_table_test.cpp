@@ -1,0 +1,196 @@
+#include "tables/mem_table.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <vector>
+
+#include "support/values.h"
+
+namespace uab {
+namespace {
+
+constexpr ULONG kMissing = PropTag(PT_LONG, 0x6677);
+
+class MemTableTest : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(MemTable::Create(table_), S_OK); }
+
+  // Rows with PR_DEPTH 0, 1, ... and a name.
+  void Fill(LONG rows) {
+    for (LONG i = 0; i < rows; ++i) Add(i, static_cast<std::size_t>(i));
+  }
+  void Add(LONG depth, std::size_t index) {
+    SPropValue values[] = {LongValue(PR_DEPTH, depth), TextValue(PR_DISPLAY_NAME_W, UAB_TEXT("row"))};
+    ASSERT_EQ(table_->AddRow(SRow{0, 2, values}, index), S_OK);
+  }
+
+  HRESULT Query(LONG count, ULONG flags = 0) { return table_->QueryRows(count, flags, rows_.Put()); }
+  std::vector<LONG> Depths() const {
+    std::vector<LONG> depths;
+    for (ULONG i = 0; i < rows_->cRows; ++i) depths.push_back(rows_->aRow[i].lpProps[0].Value.l);
+    return depths;
+  }
+  ULONG Position() {
+    ULONG row = 0, numerator = 0, denominator = 0;
+    EXPECT_EQ(table_->QueryPosition(&row, &numerator, &denominator), S_OK);
+    EXPECT_EQ(row, numerator);
+    EXPECT_EQ(denominator, table_->row_count());
+    return row;
+  }
+
+  ComPtr<MemTable> table_;
+  RowSetPtr rows_;
+};
+
+TEST_F(MemTableTest, RowsGoWhereTheyAreAdded) {
+  Fill(3);
+  Add(10, 0);
+  Add(11, 7);
+  Add(12, 2);
+  ASSERT_EQ(Query(100), S_OK);
+  EXPECT_EQ(Depths(), (std::vector<LONG>{10, 0, 12, 1, 2, 11}));
+  EXPECT_EQ(table_->AddRow(SRow{}, 0), E_INVALIDARG);
+  SPropValue unknown = LongValue(PropTag(MV_FLAG | PT_OBJECT, 0x6601), 0);
+  EXPECT_EQ(table_->AddRow(SRow{0, 1, &unknown}, 0), MAPI_E_NO_SUPPORT);
+  EXPECT_EQ(table_->row_count(), 6u);
+}
+
+TEST_F(MemTableTest, ReadingMovesThePosition) {
+  Fill(5);
+  struct {
+    LONG count;
+    ULONG flags;
+    std::vector<LONG> rows;
+    ULONG position;
+  } steps[] = {
+      {2, 0, {0, 1}, 2},
+      {-2, 0, {0, 1}, 2},
+      {3, TBL_NOADVANCE, {2, 3, 4}, 2},
+      {10, 0, {2, 3, 4}, 5},
+      {10, 0, {}, 5},
+      {-2, 0, {3, 4}, 5},
+      {-9, 0, {0, 1, 2, 3, 4}, 5},
+      {std::numeric_limits<LONG>::min(), 0, {0, 1, 2, 3, 4}, 5},
+  };
+  for (const auto& step : steps) {
+    SCOPED_TRACE(step.count);
+    ASSERT_EQ(Query(step.count, step.flags), S_OK);
+    EXPECT_EQ(Depths(), step.rows);
+    EXPECT_EQ(Position(), step.position);
+  }
+  EXPECT_EQ(table_->QueryRows(0, 0, rows_.Put()), E_INVALIDARG);
+  EXPECT_EQ(table_->QueryRows(1, 0, nullptr), E_INVALIDARG);
+}
+
+TEST_F(MemTableTest, Seeking) {
+  Fill(10);
+  struct {
+    BOOKMARK from;
+    LONG count, sought;
+    ULONG position;
+  } seeks[] = {
+      {BOOKMARK_BEGINNING, 4, 4, 4},
+      {BOOKMARK_CURRENT, -10, -4, 0},
+      {BOOKMARK_END, 1, 0, 10},
+      {BOOKMARK_END, -3, -3, 7},
+      {BOOKMARK_CURRENT, std::numeric_limits<LONG>::max(), 3, 10},
+      {BOOKMARK_BEGINNING, 0, 0, 0},
+  };
+  for (const auto& seek : seeks) {
+    LONG sought = 99;
+    ASSERT_EQ(table_->SeekRow(seek.from, seek.count, &sought), S_OK);
+    EXPECT_EQ(sought, seek.sought);
+    EXPECT_EQ(Position(), seek.position);
+  }
+  EXPECT_EQ(table_->SeekRow(BOOKMARK_BEGINNING, 5, nullptr), S_OK);
+  EXPECT_EQ(table_->SeekRow(3, 1, nullptr), MAPI_E_INVALID_BOOKMARK);
+  EXPECT_EQ(Position(), 5u);
+  struct {
+    ULONG numerator, denominator, position;
+  } fractions[] = {{1, 3, 3}, {2, 3, 7}, {3, 3, 10}, {5, 0, 10}, {0, 5, 0}, {0x80000000u, 0xFFFFFFFFu, 5}};
+  for (const auto& f : fractions) {
+    ASSERT_EQ(table_->SeekRowApprox(f.numerator, f.denominator), S_OK);
+    EXPECT_EQ(Position(), f.position) << f.numerator << "/" << f.denominator;
+  }
+}
+
+TEST_F(MemTableTest, ColumnsShapeTheRows) {
+  ChainPtr<SPropTagArray> tags;
+  EXPECT_EQ(table_->QueryColumns(TBL_ALL_COLUMNS, tags.Put()), MAPI_E_TABLE_EMPTY);
+  Fill(2);
+  ASSERT_EQ(table_->QueryColumns(0, tags.Put()), S_OK);
+  EXPECT_EQ(tags->cValues, 2u);
+  TagArray<3> columns = {3, {PR_DISPLAY_NAME_A, kMissing, PR_NULL}}, none = {0, {}};
+  ASSERT_EQ(table_->SetColumns(columns.address(), 0), S_OK);
+  EXPECT_EQ(table_->SetColumns(none.address(), 0), E_INVALIDARG);
+  EXPECT_EQ(table_->SetColumns(nullptr, 0), E_INVALIDARG);
+  ASSERT_EQ(table_->QueryColumns(0, tags.Put()), S_OK);
+  EXPECT_EQ(tags->cValues, 3u);
+  ASSERT_EQ(table_->QueryColumns(TBL_ALL_COLUMNS, tags.Put()), S_OK);
+  EXPECT_EQ(tags->cValues, 2u);
+  ASSERT_EQ(Query(1), MAPI_W_ERRORS_RETURNED);
+  const SRow& row = rows_->aRow[0];
+  ASSERT_EQ(row.cValues, 3u);
+  EXPECT_EQ(Text(row.lpProps[0]), UAB_TEXT("row")) << "the stored type, whatever the column's";
+  EXPECT_EQ(row.lpProps[1].ulPropTag, WithPropType(kMissing, PT_ERROR));
+  EXPECT_EQ(row.lpProps[1].Value.err, MAPI_E_NOT_FOUND);
+  EXPECT_EQ(row.lpProps[2].ulPropTag, PR_NULL);
+  EXPECT_EQ(row.lpProps[2].Value.x, 0);
+}
+
+TEST_F(MemTableTest, DeletingRemovesTheFirstMatch) {
+  Fill(3);
+  Add(1, 3);
+  ASSERT_EQ(table_->SeekRow(BOOKMARK_BEGINNING, 2, nullptr), S_OK);
+  EXPECT_TRUE(table_->HasRow(LongValue(PR_DEPTH, 1)));
+  EXPECT_EQ(table_->DeleteRow(LongValue(PR_DEPTH, 1)), S_OK);
+  EXPECT_EQ(Position(), 1u) << "still in front of the same row";
+  ASSERT_EQ(table_->SeekRow(BOOKMARK_BEGINNING, 0, nullptr), S_OK);
+  ASSERT_EQ(Query(9), S_OK);
+  EXPECT_EQ(Depths(), (std::vector<LONG>{0, 2, 1}));
+  EXPECT_EQ(table_->DeleteRow(LongValue(PR_DEPTH, 5)), MAPI_E_NOT_FOUND);
+}
+
+TEST_F(MemTableTest, InterfacesAndReferences) {
+  void* object = this;
+  EXPECT_EQ(table_->QueryInterface(IID_IMAPIProp, &object), E_NOINTERFACE);
+  EXPECT_EQ(object, nullptr);
+  EXPECT_EQ(table_->QueryInterface(IID_IMAPITable, nullptr), E_INVALIDARG);
+  for (const IID& iid : {IID_IUnknown, IID_IMAPITable}) {
+    ASSERT_EQ(table_->QueryInterface(iid, &object), S_OK);
+    EXPECT_EQ(object, static_cast<IMAPITable*>(table_.Get()));
+    EXPECT_EQ(table_->Release(), 1u);
+  }
+}
+
+// Slot by slot, through the table of operations as a host built with another compiler sees it.
+TEST_F(MemTableTest, SlotsStandInTheirOrder) {
+  Fill(2);
+  using Slot = HRESULT(UAB_CALL*)(void*, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR);
+  void* self = static_cast<IMAPITable*>(table_.Get());
+  Slot* slots = *static_cast<Slot**>(self);
+  for (int slot : {4, 5, 6, 14, 15, 16, 17, 18, 19, 22, 23, 24, 25, 26}) {
+    EXPECT_EQ(slots[slot - 1](self, 0, 0, 0, 0, 0, 0), MAPI_E_NO_SUPPORT) << slot;
+  }
+  EXPECT_EQ(slots[21 - 1](self, 0, 0, 0, 0, 0, 0), S_OK);
+  EXPECT_EQ(slots[8 - 1](self, 0, 0, 0, 0, 0, 0), E_INVALIDARG);
+  ULONG out[3] = {9, 9, 9};
+  auto address = [&](int i) { return reinterpret_cast<ULONG_PTR>(&out[i]); };
+  EXPECT_EQ(slots[10 - 1](self, 0, address(0), 0, 0, 0, 0), S_OK);
+  EXPECT_EQ(out[0], 2u);
+  EXPECT_EQ(slots[7 - 1](self, address(0), address(1), 0, 0, 0, 0), S_OK);
+  EXPECT_EQ(out[0] + out[1], 0u);
+  EXPECT_EQ(slots[11 - 1](self, BOOKMARK_END, 0, 0, 0, 0, 0), S_OK);
+  EXPECT_EQ(slots[13 - 1](self, address(0), address(1), address(2), 0, 0, 0), S_OK);
+  EXPECT_EQ(out[0], 2u);
+  EXPECT_EQ(slots[12 - 1](self, 1, 2, 0, 0, 0, 0), S_OK);
+  EXPECT_EQ(slots[20 - 1](self, 1, 0, reinterpret_cast<ULONG_PTR>(rows_.Put()), 0, 0, 0), S_OK);
+  EXPECT_EQ(Depths(), std::vector<LONG>{1});
+  ChainPtr<SPropTagArray> tags;
+  EXPECT_EQ(slots[9 - 1](self, 0, reinterpret_cast<ULONG_PTR>(tags.Put()), 0, 0, 0, 0), S_OK);
+  EXPECT_TRUE(tags);
+}
+
+}  // namespace
+}  // namespace uab
