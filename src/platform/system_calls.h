@@ -12,6 +12,15 @@ struct SystemCalls {
   decltype(&LoadLibraryW) load_library = &LoadLibraryW;
   decltype(&GetProcAddress) get_proc_address = &GetProcAddress;
   decltype(&CoCreateGuid) co_create_guid = &CoCreateGuid;
+  decltype(&GetPrivateProfileSectionW) get_private_profile_section = &GetPrivateProfileSectionW;
+  decltype(&RegCreateKeyExW) reg_create_key = &RegCreateKeyExW;
+  decltype(&RegOpenKeyExW) reg_open_key = &RegOpenKeyExW;
+  decltype(&RegEnumKeyExW) reg_enum_key = &RegEnumKeyExW;
+  decltype(&RegEnumValueW) reg_enum_value = &RegEnumValueW;
+  decltype(&RegQueryValueExW) reg_query_value = &RegQueryValueExW;
+  decltype(&RegSetValueExW) reg_set_value = &RegSetValueExW;
+  decltype(&RegDeleteKeyW) reg_delete_key = &RegDeleteKeyW;
+  decltype(&RegDeleteValueW) reg_delete_value = &RegDeleteValueW;
 };
 
 // The calls in force. Changed only by tests, while nothing else runs.

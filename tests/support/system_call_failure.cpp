@@ -42,8 +42,17 @@ struct CallList {
 using EveryCall = CallList<                                             //
     Call<&SystemCalls::co_create_guid, E_FAIL>,                         //
     Call<&SystemCalls::get_module_file_name, 0, ERROR_INVALID_HANDLE>,  //
-    Call<&SystemCalls::get_proc_address, 0, ERROR_PROC_NOT_FOUND>,      //
-    Call<&SystemCalls::load_library, 0, ERROR_MOD_NOT_FOUND>>;
+    Call<&SystemCalls::get_private_profile_section, 0, ERROR_ACCESS_DENIED>,
+    Call<&SystemCalls::get_proc_address, 0, ERROR_PROC_NOT_FOUND>,  //
+    Call<&SystemCalls::load_library, 0, ERROR_MOD_NOT_FOUND>,       //
+    Call<&SystemCalls::reg_create_key, ERROR_ACCESS_DENIED>,        //
+    Call<&SystemCalls::reg_delete_key, ERROR_ACCESS_DENIED>,        //
+    Call<&SystemCalls::reg_delete_value, ERROR_ACCESS_DENIED>,      //
+    Call<&SystemCalls::reg_enum_key, ERROR_ACCESS_DENIED>,          //
+    Call<&SystemCalls::reg_enum_value, ERROR_ACCESS_DENIED>,        //
+    Call<&SystemCalls::reg_open_key, ERROR_ACCESS_DENIED>,          //
+    Call<&SystemCalls::reg_query_value, ERROR_ACCESS_DENIED>,       //
+    Call<&SystemCalls::reg_set_value, ERROR_ACCESS_DENIED>>;
 static_assert(EveryCall::kBytes == sizeof(SystemCalls), "each call of the table has a line here, and none has two");
 
 }  // namespace

@@ -1,0 +1,33 @@
+// The hive: the folder that holds every key, and the lock that makes each change one step for all threads and processes.
+#pragma once
+
+#include <memory>
+
+#include "platform/noncopyable.h"
+#include "platform/posix/file.h"
+
+namespace uab {
+
+// Every key's folder holds this file; a folder without it is no key. The root's serves as the hive's lock.
+inline constexpr char kKeyFile[] = ".key";
+
+struct Hive : NonCopyable {
+  UniqueFd folder;
+};
+
+// Opens the current user's hive, looked up in the environment now. ERROR_FILE_NOT_FOUND: there is none yet, and create
+// is false.
+LSTATUS OpenHive(bool create, std::shared_ptr<const Hive>* hive);
+
+// Holds the lock of a hive. Readers of several files share it, writers have it alone.
+class HiveLock : NonCopyable {
+ public:
+  enum class Mode { kRead, kWrite };
+  // ERROR_ACCESS_DENIED: the hive can't be written.
+  LSTATUS Acquire(const Hive& hive, Mode mode) noexcept;
+
+ private:
+  UniqueFd file_;  // closing it lets go
+};
+
+}  // namespace uab

@@ -1,0 +1,90 @@
+#include "platform/posix/registry_name.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "platform/posix/fold_case.h"
+
+namespace uab {
+namespace {
+
+constexpr std::size_t kMaxPlain = 200;  // bytes; a longer encoding is replaced by its hash
+constexpr std::string_view kValueSuffix = ".value";
+constexpr char kHexDigits[] = "0123456789abcdef";
+
+bool IsPlain(char16_t unit) {
+  return (unit >= u'A' && unit <= u'Z') || (unit >= u'0' && unit <= u'9') || unit == u' ' || unit == u'_' ||
+         unit == u'-' || unit == u'(' || unit == u')';
+}
+
+void AppendHex(std::string& out, std::uint64_t number, int digits) {
+  for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4) out.push_back(kHexDigits[(number >> shift) & 0xF]);
+}
+
+// FNV-1a, once from each of two starting points: 128 bits together.
+std::string HashOf(std::u16string_view folded) {
+  std::uint64_t a = 0xCBF29CE484222325u;
+  std::uint64_t b = 0x6C62272E07BB0142u;
+  for (char16_t unit : folded) {
+    a = (a ^ unit) * 0x100000001B3u;
+    b = (b ^ unit ^ (b >> 29)) * 0x100000001B3u;
+  }
+  std::string out = "#";
+  AppendHex(out, a, 16);
+  AppendHex(out, b, 16);
+  return out;
+}
+
+// Letters are written in lower case: one form of each is enough, and this one is easier to read. Everything but
+// letters, digits and a few marks is "%" and the unit's four digits.
+std::string Encode(std::u16string_view name) {
+  if (name.empty()) return "@";
+  std::u16string folded(name);
+  std::transform(folded.begin(), folded.end(), folded.begin(), FoldCase);
+  std::string out;
+  for (char16_t unit : folded) {
+    if (IsPlain(unit)) {
+      out.push_back(static_cast<char>(unit >= u'A' && unit <= u'Z' ? unit + 0x20 : unit));
+    } else {
+      out.push_back('%');
+      AppendHex(out, unit, 4);
+    }
+    if (out.size() > kMaxPlain) return HashOf(folded);
+  }
+  return out;
+}
+
+}  // namespace
+
+bool SameName(std::u16string_view a, std::u16string_view b) noexcept {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char16_t x, char16_t y) { return x == y || FoldCase(x) == FoldCase(y); });
+}
+
+bool NameLess(std::u16string_view a, std::u16string_view b) noexcept {
+  return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
+                                      [](char16_t x, char16_t y) { return FoldCase(x) < FoldCase(y); });
+}
+
+std::string KeyFolderName(std::u16string_view name) { return Encode(name); }
+
+std::string ValueFileName(std::u16string_view name) { return Encode(name).append(kValueSuffix); }
+
+bool IsValueFileName(std::string_view file_name) noexcept {
+  return file_name.size() > kValueSuffix.size() && file_name.ends_with(kValueSuffix) && file_name[0] != '.';
+}
+
+LSTATUS SplitKeyPath(const WCHAR* path, std::vector<std::u16string_view>* parts) {
+  if (path == nullptr) return ERROR_SUCCESS;
+  std::u16string_view rest(path);
+  if (rest.starts_with(u'\\')) return ERROR_BAD_PATHNAME;
+  while (!rest.empty()) {
+    std::size_t end = std::min(rest.find(u'\\'), rest.size());
+    if (end > kMaxKeyName) return ERROR_INVALID_PARAMETER;
+    if (end > 0) parts->push_back(rest.substr(0, end));
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+  return ERROR_SUCCESS;
+}
+
+}  // namespace uab
