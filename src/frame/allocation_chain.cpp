@@ -16,13 +16,13 @@ BlockHeader* HeadOf(void* data) noexcept {
   return block->signature == BlockHeader::kSignature && block->previous == nullptr ? block : nullptr;
 }
 
-// A block with zeroed data, in no chain; null when there is no memory.
-BlockHeader* NewBlock(ULONG size) noexcept {
+// A block with zeroed data that knows its neighbours, though not yet they it; null when there is no memory.
+BlockHeader* NewBlock(ULONG size, BlockHeader* previous, BlockHeader* next) noexcept {
   IMalloc* allocator = TaskAllocator();
   if (size > kMaxBlockSize || allocator == nullptr) return nullptr;
   auto* block = static_cast<BlockHeader*>(allocator->Alloc(sizeof(BlockHeader) + std::size_t{size} + 1));
   if (block == nullptr) return nullptr;
-  *block = {BlockHeader::kSignature, size, nullptr, nullptr};
+  *block = {BlockHeader::kSignature, size, previous, next};
   std::memset(DataOf(block), 0, size);
   DataOf(block)[size] = BlockHeader::kGuard;
   return block;
@@ -46,7 +46,7 @@ using namespace uab;
 
 HRESULT UAB_CALL UABAllocateBuffer(ULONG size, void** buffer) {
   if (buffer == nullptr) return E_INVALIDARG;
-  BlockHeader* block = NewBlock(size);
+  BlockHeader* block = NewBlock(size, nullptr, nullptr);
   *buffer = block != nullptr ? DataOf(block) : nullptr;
   return block != nullptr ? S_OK : E_OUTOFMEMORY;
 }
@@ -56,10 +56,8 @@ HRESULT UAB_CALL UABAllocateMore(ULONG size, void* head_data, void** buffer) {
   *buffer = nullptr;
   BlockHeader* head = HeadOf(head_data);
   if (head == nullptr) return E_INVALIDARG;
-  BlockHeader* block = NewBlock(size);
+  BlockHeader* block = NewBlock(size, head, head->next);
   if (block == nullptr) return E_OUTOFMEMORY;
-  block->previous = head;
-  block->next = head->next;
   if (block->next != nullptr) block->next->previous = block;
   head->next = block;
   *buffer = DataOf(block);

@@ -4,10 +4,12 @@
 #include <utility>
 
 namespace uab {
+
+IMalloc* module_state::task_allocator = nullptr;
+
 namespace {
 
 HMODULE module_instance = nullptr;
-IMalloc* task_allocator = nullptr;
 LONG attach_count = 0;
 std::atomic<ULONG_PTR> host_value{0};
 
@@ -32,8 +34,9 @@ void ProcessDetach() noexcept {
 }
 
 HMODULE ModuleInstance() noexcept { return module_instance; }
-IMalloc* TaskAllocator() noexcept { return task_allocator; }
-IMalloc* ExchangeTaskAllocator(IMalloc* allocator) noexcept { return std::exchange(task_allocator, allocator); }
+IMalloc* ExchangeTaskAllocator(IMalloc* allocator) noexcept {
+  return std::exchange(module_state::task_allocator, allocator);
+}
 
 void OfferHostValue(ULONG_PTR value) noexcept {
   ULONG_PTR none = 0;

@@ -15,8 +15,11 @@ void ProcessDetach() noexcept;
 // The module that was attached first: where the definition file and the providers lie.
 HMODULE ModuleInstance() noexcept;
 
-// Null before the first attach and after the last detach. Borrowed.
-IMalloc* TaskAllocator() noexcept;
+// Null before the first attach and after the last detach. Borrowed. Inline: every block of a chain asks for it.
+namespace module_state {
+extern IMalloc* task_allocator;
+}
+inline IMalloc* TaskAllocator() noexcept { return module_state::task_allocator; }
 
 // Puts another allocator in force and hands over the one before, with their references. Blocks must be freed by the
 // allocator that made them.
