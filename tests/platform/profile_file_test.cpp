@@ -1,0 +1,116 @@
+// Private-profile files, one set of cases for the system's own reader and for the stand-in.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "support/hive.h"
+
+namespace uab {
+namespace {
+
+using Lines = std::vector<Text>;
+
+class ProfileFile : public testing::Test {
+ protected:
+  Text Write(std::string_view content) const { return hive_.WriteFile("test.ini", content); }
+
+  // The section's lines; the result and the last error are kept.
+  Lines Read(const Text& path, const WCHAR* section, DWORD size = 2'000'000) {
+    std::vector<WCHAR> buffer(size + 1, WCHAR('?'));
+    SetLastError(0);
+    result_ = GetPrivateProfileSectionW(section, buffer.data(), size, path.c_str());
+    error_ = GetLastError();
+    EXPECT_EQ(buffer[size], WCHAR('?'));
+    EXPECT_EQ(buffer[result_], 0);
+    Lines lines;
+    for (const WCHAR* line = buffer.data(); *line != 0; line += lines.back().size() + 1) lines.emplace_back(line);
+    return lines;
+  }
+
+  TestHive hive_;
+  DWORD result_ = 0;
+  DWORD error_ = 0;
+};
+
+TEST_F(ProfileFile, SectionsAndLines) {
+  Text path = Write(
+      "; head\r\nstray=1\r\n[One]\r\n  k=v w \r\n;comment\r\n\r\n \t \r\nplain\r\n ; comment\r\n\tq=\"z\"\t\r\nempty=\r\n"
+      "  [Two]  \r\na=b ; no comment\n#h=1\n=x\r\n[Three] tail\rc=d\re=[f]\r\n[one]\r\nlater=1\r\n[none]\r\n[last]\nend=1");
+  struct {
+    const WCHAR* section;
+    Lines lines;
+  } rows[] = {
+      {UAB_TEXT("oNE"), {UAB_TEXT("k=v w"), UAB_TEXT("plain"), UAB_TEXT("q=\"z\""), UAB_TEXT("empty=")}},
+      {UAB_TEXT("Two"), {UAB_TEXT("a=b ; no comment"), UAB_TEXT("#h=1"), UAB_TEXT("=x")}},
+      {UAB_TEXT("Three"), {UAB_TEXT("c=d"), UAB_TEXT("e=[f]")}},
+      {UAB_TEXT("none"), {}},
+      {UAB_TEXT("last"), {UAB_TEXT("end=1")}},
+      {UAB_TEXT("missing"), {}},
+      {UAB_TEXT("On"), {}},
+  };
+  for (auto& row : rows) {
+    EXPECT_EQ(Read(path, row.section), row.lines) << Text(row.section).size();
+    DWORD chars = 0;
+    for (const Text& line : row.lines) chars += static_cast<DWORD>(line.size()) + 1;
+    EXPECT_EQ(result_, chars);
+    EXPECT_EQ(error_, 0u);
+  }
+}
+
+TEST_F(ProfileFile, Encodings) {
+  const Text text = UAB_TEXT("[S\u00C4\u4E2D]\r\nx=\U0001F4E0\r\n");
+  const WCHAR* section = UAB_TEXT("s\u00C4\u4E2D");  // Wine folds the case of ASCII letters only
+  std::string little = "\xFF\xFE";
+  std::string big = "\xFE\xFF";
+  for (WCHAR unit : text) {
+    auto low = static_cast<char>(unit & 0xFF);
+    auto high = static_cast<char>(unit >> 8);
+    little.append({low, high});
+    big.append({high, low});
+  }
+  const Lines lines = {UAB_TEXT("x=\U0001F4E0")};
+  EXPECT_EQ(Read(Write(little), section), lines);
+  EXPECT_EQ(Read(Write(big), section), lines);
+  EXPECT_EQ(Read(Write(little + "x"), section), lines);  // half a unit at the end
+}
+
+TEST_F(ProfileFile, ASectionThatDoesNotFitIsCut) {
+  Text path = Write("[s]\r\nabc\r\nde\r\n");
+  for (DWORD size : {DWORD{3}, DWORD{4}, DWORD{5}, DWORD{6}, DWORD{7}}) {
+    Lines lines = Read(path, UAB_TEXT("s"), size);
+    EXPECT_EQ(result_, size - 2) << size;
+    EXPECT_EQ(lines[0], Text(UAB_TEXT("abc")).substr(0, size - 2));
+  }
+  Read(path, UAB_TEXT("s"), 9);
+  EXPECT_EQ(result_, 7u);
+}
+
+TEST_F(ProfileFile, LongLinesAndLongSections) {
+  std::string content = "[long]\n" + std::string(100'000, 'x') + "\ny=1\n[big]\n";
+  for (int i = 0; i < 100'000; ++i) content += "key" + std::to_string(i) + "=v\n";
+  Text path = Write(content);
+  EXPECT_EQ(Read(path, UAB_TEXT("long")), (Lines{Text(100'000, WCHAR('x')), UAB_TEXT("y=1")}));
+  Lines lines = Read(path, UAB_TEXT("big"));
+  ASSERT_EQ(lines.size(), 100'000u);
+  EXPECT_EQ(lines.back(), UAB_TEXT("key99999=v"));
+}
+
+TEST_F(ProfileFile, WhatIsNoProfileFile) {
+  EXPECT_EQ(Read(hive_.PathOf("missing.ini"), UAB_TEXT("s")), Lines());
+  EXPECT_EQ(error_, ERROR_FILE_NOT_FOUND);
+  std::filesystem::create_directory(hive_.Folder() / "folder.ini");
+  Read(hive_.PathOf("folder.ini"), UAB_TEXT("s"));
+  EXPECT_EQ(error_, ERROR_ACCESS_DENIED);
+  EXPECT_EQ(Read(Write(""), UAB_TEXT("s")), Lines());
+  EXPECT_EQ(error_, 0u);
+  std::string junk;
+  for (unsigned i = 0; i < 4096; ++i) junk.push_back(static_cast<char>(i * 167 + (i >> 5)));
+  EXPECT_EQ(Read(Write(junk), UAB_TEXT("s")), Lines());
+  Lines lines = Read(Write("[s]\r\na=1" + std::string(1, '\0') + "junk\r\nb=2\r\n"), UAB_TEXT("s"));
+  ASSERT_GE(lines.size(), 2u);
+  EXPECT_EQ(lines.front(), UAB_TEXT("a=1"));
+  EXPECT_EQ(lines.back(), UAB_TEXT("b=2"));
+}
+
+}  // namespace
+}  // namespace uab
