@@ -2,7 +2,6 @@
 
 #include <cstring>
 #include <string_view>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -11,12 +10,10 @@
 #include "platform/com_ptr.h"
 #include "platform/noncopyable.h"
 #include "props/prop_values.h"
+#include "session/id_set.h"
 
 namespace uab {
 namespace {
-
-// Identifiers by their bytes, which are borrowed.
-using IdSet = std::unordered_set<std::string_view>;
 
 std::string_view IdOf(const SPropValue& entry) noexcept {
   std::span<const BYTE> bytes = BytesOf(entry.Value.bin);
@@ -93,7 +90,7 @@ HRESULT Expansion::AddUser(ULONG& count, SPropValue*& values) {
   const SPropValue* id = FindProp(values, count, PR_ENTRYID);
   if (id == nullptr) return MAPI_E_MISSING_REQUIRED_COLUMN;
   // Should the second insertion fail, the set names one user more than there is; nobody reads it after a failure.
-  if (user_ids_.insert(IdOf(*id)).second) {
+  if (user_ids_.Insert(IdOf(*id))) {
     users_.push_back({0, count, values});
   } else {
     UABFreeBuffer(values);
@@ -108,14 +105,14 @@ HRESULT Expansion::AddDistList(ULONG count, SPropValue* values) {
   const SPropValue* recipient_type = FindProp(values, count, PR_RECIPIENT_TYPE);
   if (entry == nullptr || recipient_type == nullptr) return MAPI_E_MISSING_REQUIRED_COLUMN;
   std::string_view id = IdOf(*entry);
-  if (list_ids_.contains(id)) return S_OK;
+  if (list_ids_.Contains(id)) return S_OK;
 
   ChainPtr<SBinary> copy;
   if (HRESULT hr = AllocateInto(copy, sizeof(SBinary) + id.size()); Failed(hr)) return hr;
   copy->cb = static_cast<ULONG>(id.size());
   copy->lpb = reinterpret_cast<BYTE*>(copy.Get() + 1);  // never null, which would name the root container
   if (!id.empty()) std::memcpy(copy->lpb, id.data(), id.size());
-  list_ids_.insert({reinterpret_cast<const char*>(copy->lpb), id.size()});
+  list_ids_.Insert({reinterpret_cast<const char*>(copy->lpb), id.size()});
   lists_.push_back({recipient_type->Value.l, std::move(copy)});
   return S_OK;
 }
