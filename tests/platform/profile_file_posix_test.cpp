@@ -1,4 +1,4 @@
-// Private-profile files in UTF-8, which is what 8-bit text is outside Windows.
+// Private-profile files as only the stand-in reads them: 8-bit text is UTF-8 there.
 #include <gtest/gtest.h>
 
 #include "support/hive.h"
@@ -6,7 +6,7 @@
 namespace uab {
 namespace {
 
-TEST(ProfileFileUtf8, WithAndWithoutMark) {
+TEST(ProfileFilePosix, Utf8WithAndWithoutMark) {
   TestHive hive;
   const std::string section = "[\xC3\x84]\nx=\xF0\x9F\x93\xA0\xFF\n";
   for (const std::string& content : {section, "\xEF\xBB\xBF" + section}) {
@@ -17,7 +17,7 @@ TEST(ProfileFileUtf8, WithAndWithoutMark) {
   }
 }
 
-TEST(ProfileFileUtf8, ABufferOfExactlyTheSectionHoldsIt) {
+TEST(ProfileFilePosix, ABufferOfExactlyTheSectionHoldsIt) {
   TestHive hive;
   WCHAR buffer[8] = {};
   Text path = hive.WriteFile("test.ini", "[s]\nabc\nde");
@@ -25,6 +25,14 @@ TEST(ProfileFileUtf8, ABufferOfExactlyTheSectionHoldsIt) {
   EXPECT_EQ(Text(buffer, 8), Text(u"abc\0de\0", 8));
   EXPECT_EQ(GetPrivateProfileSectionW(u"s", buffer, 1, path.c_str()), 0u);
   EXPECT_EQ(buffer[0], 0);
+}
+
+TEST(ProfileFilePosix, HalfAUnitAtTheEndIsPassedOver) {  // Wine takes the byte for a line
+  TestHive hive;
+  WCHAR buffer[8] = {};
+  Text path = hive.WriteFile("test.ini", {"\xFF\xFE[\0s\0]\0\n\0a\0\n\0x", 15});
+  EXPECT_EQ(GetPrivateProfileSectionW(u"s", buffer, 8, path.c_str()), 2u);
+  EXPECT_EQ(Text(buffer), u"a");
 }
 
 }  // namespace
