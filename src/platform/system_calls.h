@@ -21,6 +21,7 @@ struct SystemCalls {
   decltype(&RegSetValueExW) reg_set_value = &RegSetValueExW;
   decltype(&RegDeleteKeyW) reg_delete_key = &RegDeleteKeyW;
   decltype(&RegDeleteValueW) reg_delete_value = &RegDeleteValueW;
+  decltype(&DialogBoxParamW) dialog_box_param = &DialogBoxParamW;
 };
 
 // The calls in force. Changed only by tests, while nothing else runs.

@@ -41,6 +41,7 @@ struct CallList {
 
 using EveryCall = CallList<                                             //
     Call<&SystemCalls::co_create_guid, E_FAIL>,                         //
+    Call<&SystemCalls::dialog_box_param, -1>,                           //
     Call<&SystemCalls::get_module_file_name, 0, ERROR_INVALID_HANDLE>,  //
     Call<&SystemCalls::get_private_profile_section, 0, ERROR_ACCESS_DENIED>,
     Call<&SystemCalls::get_proc_address, 0, ERROR_PROC_NOT_FOUND>,  //
