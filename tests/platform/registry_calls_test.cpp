@@ -123,9 +123,10 @@ TEST_F(RegistryCalls, SubkeysComeInNameOrderAndWalksSeeChanges) {
   Names sorted = {UAB_TEXT("A"), UAB_TEXT("a b"), UAB_TEXT("b"), UAB_TEXT("C"), UAB_TEXT("\u00E4")};
   EXPECT_EQ(Subkeys(root.Get()), sorted);
   UniqueKey other = Make(UAB_TEXT("Order"));
+  EXPECT_EQ(Subkeys(other.Get()), sorted);
+  EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, UAB_TEXT("order\\c")), 0);
   EXPECT_EQ(RegDeleteKeyW(other.Get(), UAB_TEXT("B")), 0);
   Make(UAB_TEXT("aa"), root.Get());
-  EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, UAB_TEXT("order\\c")), 0);
   sorted = {UAB_TEXT("A"), UAB_TEXT("a b"), UAB_TEXT("aa"), UAB_TEXT("\u00E4")};
   EXPECT_EQ(Subkeys(root.Get()), sorted);
   EXPECT_EQ(Subkeys(other.Get()), sorted);
