@@ -11,13 +11,13 @@ namespace uab {
 
 template <typename Interface>
 struct Refusing : Interface {
-  HRESULT UAB_CALL QueryInterface(const IID&, void** object) noexcept override {
+  HRESULT UAB_CALL QueryInterface(const IID&, void** object) override {
     *object = this;
     ++references;
     return S_OK;
   }
   ULONG UAB_CALL AddRef() noexcept override { return ++references; }
-  ULONG UAB_CALL Release() noexcept override { return --references; }
+  ULONG UAB_CALL Release() override { return --references; }
 
   std::atomic<ULONG> references{0};  // that others hold
 };
