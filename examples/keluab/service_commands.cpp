@@ -1,0 +1,176 @@
+// keluab service ...
+#include <cstring>
+#include <memory>
+
+#include "commands.h"
+#include "failure.h"
+#include "values.h"
+
+namespace host {
+namespace {
+
+using namespace uab;
+
+// A service's identifier by hexadecimal digits or by name; the first that fits.
+MAPIUID FindService(IMsgServiceAdmin* admin, const std::string& reference) {
+  Com<IMAPITable> table;
+  Check(admin->GetMsgServiceTable(MAPI_UNICODE, table.Put()), "list the services");
+  static constexpr TagArray<3> kColumns = {3, {PR_SERVICE_UID, PR_SERVICE_NAME_W, PR_DISPLAY_NAME_W}};
+  MAPIUID uid{};
+  bool found = false;
+  ForEachRow(table.get(), kColumns.address(), [&](const SRow& row) {
+    std::string bytes = BytesOf(row.lpProps[0], PR_SERVICE_UID);
+    if (bytes.size() != sizeof uid) return true;
+    found = EqualsNoCase(ToHex(bytes.data(), bytes.size()), reference) ||
+            TextOf(row.lpProps[1], PR_SERVICE_NAME_W) == reference ||
+            TextOf(row.lpProps[2], PR_DISPLAY_NAME_W) == reference;
+    if (found) std::memcpy(&uid, bytes.data(), sizeof uid);
+    return !found;
+  });
+  if (!found) throw Failure(kExitNotFound, "No service '" + reference + "' in the profile: see 'keluab service list'.");
+  return uid;
+}
+
+void List(Context& context) {
+  Library library(context.app_key);
+  Com<IMsgServiceAdmin> admin = library.OpenServices(context.profile);
+  Com<IMAPITable> table;
+  Check(admin->GetMsgServiceTable(MAPI_UNICODE, table.Put()), "list the services");
+  static constexpr TagArray<4> kColumns = {
+      4, {PR_SERVICE_NAME_W, PR_DISPLAY_NAME_W, PR_SERVICE_DLL_NAME_W, PR_SERVICE_UID}};
+  Json rows = Json::array();
+  ForEachRow(table.get(), kColumns.address(), [&](const SRow& row) {
+    std::string uid = BytesOf(row.lpProps[3], PR_SERVICE_UID);
+    rows.push_back({{"service", TextOf(row.lpProps[0], PR_SERVICE_NAME_W)},
+                    {"name", TextOf(row.lpProps[1], PR_DISPLAY_NAME_W)},
+                    {"library", TextOf(row.lpProps[2], PR_SERVICE_DLL_NAME_W)},
+                    {"uid", ToHex(uid.data(), uid.size())}});
+    return true;
+  });
+  context.output.PrintTable({{"service", "SERVICE"}, {"name", "NAME"}, {"library", "LIBRARY"}, {"uid", "UID"}}, rows,
+                            "No services. Add one with 'keluab service add SERVICE'.");
+}
+
+struct AddOptions {
+  std::string service, name, text;
+};
+
+void Add(Context& context, const AddOptions& options) {
+  Library library(context.app_key);
+  Com<IMsgServiceAdmin> admin = library.OpenServices(context.profile);
+  std::string name = options.name.empty() ? options.service : options.name;
+  Check(admin->CreateMsgService(ToWide(options.service).data(), ToWide(name).data(), ToWide(options.text).data(), 0, 0,
+                                MAPI_UNICODE),
+        "add service '" + options.service + "'");
+  context.output.PrintDone("Added service '" + options.service + "'.");
+}
+
+// TAG=TEXT or TAG=NUMBER, by the tag's type.
+SPropValue ParseAssignment(const std::string& assignment, WideText& text) {
+  std::size_t equals = assignment.find('=');
+  ULONG tag = equals == std::string::npos ? 0 : PropertyTag(assignment.substr(0, equals));
+  ULONG type = PropType(tag);
+  if (type != PT_UNICODE && type != PT_LONG && type != PT_BOOLEAN) {
+    throw Failure(kExitUsage,
+                  "'" + assignment + "' is no TAG=VALUE with a text or number property (such as FILE_NAME=...).");
+  }
+  SPropValue value{};
+  value.ulPropTag = tag;
+  std::string given = assignment.substr(equals + 1);
+  if (type == PT_UNICODE) {
+    text = ToWide(given);
+    value.Value.lpszW = text.data();
+    return value;
+  }
+  try {
+    value.Value.l = static_cast<LONG>(std::stol(given, nullptr, 0));
+  } catch (const std::exception&) {
+    throw Failure(kExitUsage, "'" + given + "' is no number.");
+  }
+  return value;
+}
+
+struct ConfigureOptions {
+  std::string service;
+  std::vector<std::string> assignments;
+  bool dialog = false;
+};
+
+void Configure(Context& context, const ConfigureOptions& options) {
+  Library library(context.app_key);
+  Com<IMsgServiceAdmin> admin = library.OpenServices(context.profile);
+  MAPIUID uid = FindService(admin.get(), options.service);
+  std::vector<WideText> texts(options.assignments.size());
+  std::vector<SPropValue> values;
+  for (std::size_t i = 0; i < texts.size(); ++i) values.push_back(ParseAssignment(options.assignments[i], texts[i]));
+  if (values.empty() && !options.dialog) throw Failure(kExitUsage, "Give --set TAG=VALUE, or --dialog.");
+  Com<IMAPIProp> section;
+  ULONG flags = MAPI_UNICODE | (options.dialog ? SERVICE_UI_ALWAYS : 0);
+  Check(admin->ConfigureMsgService(&uid, 0, flags, static_cast<ULONG>(values.size()), values.data(), section.Put()),
+        "configure service '" + options.service + "'");
+  if (section)
+    Check(section->SaveChanges(KEEP_OPEN_READWRITE), "save the settings of service '" + options.service + "'");
+  context.output.PrintDone("Configured service '" + options.service + "'.");
+}
+
+void Show(Context& context, const std::string& service) {
+  Library library(context.app_key);
+  Com<IMsgServiceAdmin> admin = library.OpenServices(context.profile);
+  MAPIUID uid = FindService(admin.get(), service);
+  Com<IMAPIProp> section;
+  Check(admin->OpenProfileSection(&uid, nullptr, 0, section.Put()), "open service '" + service + "'");
+  Properties properties;
+  Check(properties.Read(section.get(), nullptr), "read service '" + service + "'");
+  Json object = Json::object();
+  for (ULONG i = 0; i < properties.count(); ++i)
+    object[PropertyName(properties[i].ulPropTag)] = PropertyValue(properties[i]);
+  context.output.PrintObject(object);
+}
+
+}  // namespace
+
+void AddServiceCommands(CLI::App& app, Context& context) {
+  CLI::App* group =
+      app.add_subcommand("service", "add, list and change a profile's message services")->require_subcommand(1);
+  group->fallthrough();
+
+  CLI::App* command = group->add_subcommand("list", "list the services");
+  AddProfileOption(command, context);
+  command->callback([&context] { List(context); });
+
+  auto add = std::make_shared<AddOptions>();
+  command = group->add_subcommand("add", "add a service of the definition file");
+  command->add_option("service", add->service, "its name in the definition file")->required();
+  command->add_option("--name", add->name, "display name, if the file has none");
+  command->add_option("--text", add->text, "creation text for its library: the vCard service takes its folder");
+  AddProfileOption(command, context);
+  command->callback([&context, add] { Add(context, *add); });
+
+  auto removed = std::make_shared<std::string>();
+  command = group->add_subcommand("remove", "remove a service");
+  command->add_option("service", *removed, "its name or identifier")->required();
+  AddProfileOption(command, context);
+  command->callback([&context, removed] {
+    Library library(context.app_key);
+    Com<IMsgServiceAdmin> admin = library.OpenServices(context.profile);
+    MAPIUID uid = FindService(admin.get(), *removed);
+    Check(admin->DeleteMsgService(&uid), "remove service '" + *removed + "'");
+    context.output.PrintDone("Removed service '" + *removed + "'.");
+  });
+
+  auto configure = std::make_shared<ConfigureOptions>();
+  command = group->add_subcommand("configure", "change a service's settings");
+  command->add_option("service", configure->service, "its name or identifier")->required();
+  command->add_option("--set", configure->assignments, "a property: NAME=VALUE or hexadecimal tag=VALUE");
+  command->add_flag("--dialog", configure->dialog, "let the service's library ask");
+  AddProfileOption(command, context);
+  command->callback([&context, configure] { Configure(context, *configure); });
+
+  auto shown = std::make_shared<std::string>();
+  command = group->add_subcommand("show", "show a service's settings");
+  command->add_option("service", *shown, "its name or identifier")->required();
+  AddProfileOption(command, context);
+  command->callback([&context, shown] { Show(context, *shown); });
+}
+
+}  // namespace host
