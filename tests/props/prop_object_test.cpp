@@ -33,7 +33,7 @@ TEST_F(PropObjectTest, GetPropsAnswersByIdentifier) {
   EXPECT_EQ(Get(TagArray<2>{2, {PR_DISPLAY_NAME_A, PR_NULL}}), S_OK);
   ASSERT_EQ(count_, 2u);
   EXPECT_EQ(values_.Get()[0].ulPropTag, PR_DISPLAY_NAME_W);
-  EXPECT_EQ(Text(values_.Get()[0]), UAB_TEXT("Fax"));
+  EXPECT_EQ(TextOf(values_.Get()[0]), UAB_TEXT("Fax"));
   EXPECT_EQ(values_.Get()[1].ulPropTag, PR_NULL);
   for (bool first : {true, false}) {
     EXPECT_EQ(Get(first ? TagArray<2>{2, {kMissing, PR_DEPTH}} : TagArray<2>{2, {PR_DEPTH, kMissing}}),
@@ -89,7 +89,7 @@ TEST_F(PropObjectTest, SetPropsReportsWhatItRefuses) {
   ASSERT_EQ(tags->cValues, 4u);
   EXPECT_EQ(tags->aulPropTag[2], PR_COMMENT_W);
   EXPECT_EQ(Get(TagArray<1>{1, {PR_COMMENT_W}}), S_OK);
-  EXPECT_EQ(Text(values_.Get()[0]), UAB_TEXT("second"));
+  EXPECT_EQ(TextOf(values_.Get()[0]), UAB_TEXT("second"));
   EXPECT_EQ(object_.SetProps(1, &values[0], nullptr), S_OK) << "without an array refusals are silent";
 }
 

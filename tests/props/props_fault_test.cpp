@@ -47,7 +47,7 @@ TEST(PropsFault, MergeLeavesTheEntryOrCompletesIt) {
       },
       [](Entry& state, HRESULT hr) {
         EXPECT_EQ(state.entry.cValues, hr == S_OK ? 3u : 2u);
-        EXPECT_EQ(Text(state.entry.rgPropVals[hr == S_OK ? 1 : 0]), UAB_TEXT("name"));
+        EXPECT_EQ(TextOf(state.entry.rgPropVals[hr == S_OK ? 1 : 0]), UAB_TEXT("name"));
         if (hr != S_OK) {
           EXPECT_EQ(hr, E_OUTOFMEMORY);
         }

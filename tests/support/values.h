@@ -29,7 +29,7 @@ inline SPropValue BinaryValue(ULONG tag, const void* bytes, ULONG size) {
   return value;
 }
 
-inline std::basic_string<WCHAR> Text(const SPropValue& value) {
+inline std::basic_string<WCHAR> TextOf(const SPropValue& value) {
   return PropType(value.ulPropTag) == PT_UNICODE && value.Value.lpszW != nullptr ? value.Value.lpszW
                                                                                  : UAB_TEXT("<no text>");
 }

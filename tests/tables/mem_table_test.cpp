@@ -132,7 +132,7 @@ TEST_F(MemTableTest, ColumnsShapeTheRows) {
   ASSERT_EQ(Query(1), MAPI_W_ERRORS_RETURNED);
   const SRow& row = rows_->aRow[0];
   ASSERT_EQ(row.cValues, 3u);
-  EXPECT_EQ(Text(row.lpProps[0]), UAB_TEXT("row")) << "the stored type, whatever the column's";
+  EXPECT_EQ(TextOf(row.lpProps[0]), UAB_TEXT("row")) << "the stored type, whatever the column's";
   EXPECT_EQ(row.lpProps[1].ulPropTag, WithPropType(kMissing, PT_ERROR));
   EXPECT_EQ(row.lpProps[1].Value.err, MAPI_E_NOT_FOUND);
   EXPECT_EQ(row.lpProps[2].ulPropTag, PR_NULL);
