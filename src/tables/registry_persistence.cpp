@@ -1,0 +1,234 @@
+#include "tables/registry_persistence.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "keluab/tags.h"
+#include "platform/at_boundary.h"
+#include "platform/registry.h"
+#include "platform/system_calls.h"
+
+namespace uab {
+namespace {
+
+using KeyName = WCHAR[kKeyNameCapacity];
+using Name = std::basic_string<WCHAR>;
+
+constexpr LSTATUS kSuccess = static_cast<LSTATUS>(ERROR_SUCCESS);
+constexpr LSTATUS kNoMoreItems = static_cast<LSTATUS>(ERROR_NO_MORE_ITEMS);
+
+void FormatTag(ULONG tag, KeyName& name) noexcept {
+  WCHAR digits[10];
+  std::size_t count = 0;
+  do {
+    digits[count++] = static_cast<WCHAR>('0' + tag % 10);
+    tag /= 10;
+  } while (tag != 0);
+  *std::reverse_copy(digits, digits + count, name) = 0;
+}
+
+// The name of a service's subkey.
+HRESULT FormatServiceKeyName(const TableRow& row, KeyName& name) noexcept {
+  const PropNode* node = row.Find(PR_SERVICE_UID);
+  if (node == nullptr) return MAPI_E_MISSING_REQUIRED_COLUMN;
+  std::span<const BYTE> uid = RecordBytes(node->record);
+  // An empty name would be that of the profile's own key.
+  if (uid.empty()) return MAPI_E_MISSING_REQUIRED_COLUMN;
+  if (2 * uid.size() >= kKeyNameCapacity) return MAPI_E_STRING_TOO_LONG;
+  constexpr char kDigits[] = "0123456789abcdef";
+  WCHAR* next = name;
+  for (BYTE byte : uid) {
+    *next++ = static_cast<WCHAR>(kDigits[byte >> 4]);
+    *next++ = static_cast<WCHAR>(kDigits[byte & 15]);
+  }
+  *next = 0;
+  return S_OK;
+}
+
+// Reads a value into a new node; node stays empty when the value is no record.
+HRESULT ReadValue(HKEY key, const WCHAR* name, PropNodePtr& node) noexcept {
+  DWORD size = 0;
+  LSTATUS status = Sys().reg_query_value(key, name, nullptr, nullptr, nullptr, &size);
+  if (status != kSuccess || size == 0) return E_FAIL;
+  PropNodePtr read;
+  if (HRESULT hr = MakeEmptyNode(size, read); Failed(hr)) return hr;
+  status = Sys().reg_query_value(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(&read->record), &size);
+  if (status != kSuccess) return E_FAIL;
+  if (CheckRecord(read->record, size)) node = std::move(read);
+  return S_OK;
+}
+
+HRESULT LoadValues(PropList& list, HKEY key) noexcept {
+  KeyName name;
+  for (DWORD index = 0;; ++index) {
+    LSTATUS status = EnumValueName(key, index, name, kKeyNameCapacity);
+    if (status == kNoMoreItems) return S_OK;
+    if (status != kSuccess) return E_FAIL;
+    PropNodePtr node;
+    if (HRESULT hr = ReadValue(key, name, node); Failed(hr)) return hr;
+    if (node == nullptr) continue;
+    if (HRESULT hr = list.Insert(std::move(node)); Failed(hr)) return hr;
+  }
+}
+
+HRESULT CopyRow(const TableRow& row, TableRow& copy) noexcept {
+  for (const PropNodePtr& node : row.nodes()) {
+    PropNodePtr made;
+    if (HRESULT hr = MakeEmptyNode(node->record.recLength, made); Failed(hr)) return hr;
+    std::memcpy(&made->record, &node->record, node->record.recLength);
+    if (HRESULT hr = copy.Append(std::move(made)); Failed(hr)) return hr;
+  }
+  return S_OK;
+}
+
+// The names of all subkeys or values of a key, in order. Throws std::bad_alloc.
+HRESULT ListNames(HKEY key, LSTATUS (*enumerate)(HKEY, DWORD, WCHAR*, DWORD) noexcept, std::vector<Name>& names) {
+  KeyName name;
+  for (DWORD index = 0;; ++index) {
+    LSTATUS status = enumerate(key, index, name, kKeyNameCapacity);
+    if (status == kNoMoreItems) return S_OK;
+    if (status != kSuccess) return E_FAIL;
+    names.emplace_back(name);
+  }
+}
+
+// Whether a name from the registry is one of our own, which are digits; the registry does not tell case apart.
+bool Contains(const std::vector<Name>& sorted, Name name) {
+  for (WCHAR& digit : name) {
+    if (digit >= 'A' && digit <= 'F') digit = static_cast<WCHAR>(digit - 'A' + 'a');
+  }
+  return std::binary_search(sorted.begin(), sorted.end(), name);
+}
+
+// Removes the records from a service's subkey that are not the row's own.
+HRESULT DeleteOtherRecords(HKEY key, const TableRow& row) {
+  std::vector<Name> own;
+  for (const PropNodePtr& node : row.nodes()) {
+    KeyName name;
+    FormatTag(node->tag(), name);
+    own.emplace_back(name);
+  }
+  std::sort(own.begin(), own.end());
+  std::vector<Name> found;
+  if (HRESULT hr = ListNames(key, &EnumValueName, found); Failed(hr)) return hr;
+  for (const Name& name : found) {
+    if (Contains(own, name)) continue;
+    PropNodePtr record;
+    if (HRESULT hr = ReadValue(key, name.c_str(), record); Failed(hr)) return hr;
+    if (record == nullptr) continue;
+    if (HRESULT hr = DeleteValue(key, name.c_str()); Failed(hr)) return hr;
+  }
+  return S_OK;
+}
+
+HRESULT DeleteSubkey(HKEY parent, const WCHAR* name) noexcept {
+  UniqueKey key;
+  if (HRESULT hr = OpenKey(parent, name, KEY_ALL_ACCESS, &key); Failed(hr)) return hr;
+  KeyName buffer;
+  if (HRESULT hr = DeleteKeyTree(key.Get(), buffer); Failed(hr)) return hr;
+  key.Reset();
+  return FromRegistry(Sys().reg_delete_key(parent, name));
+}
+
+enum class OtherRecords { kKeep, kDelete };
+
+HRESULT SaveRowAs(HKEY profile_key, TableRow& row, OtherRecords others) {
+  KeyName name;
+  if (HRESULT hr = FormatServiceKeyName(row, name); Failed(hr)) return hr;
+  UniqueKey key;
+  bool existed = false;
+  if (HRESULT hr = CreateKey(profile_key, name, &key, &existed); Failed(hr)) return hr;
+  HRESULT hr = S_OK;
+  if (existed) {
+    KeyName buffer;
+    hr = DeleteKeyTree(key.Get(), buffer);
+  }
+  if (Succeeded(hr)) {
+    row.SetAllDirty(true);
+    hr = SaveList(row, key.Get());
+  }
+  if (Succeeded(hr) && existed && others == OtherRecords::kDelete) hr = DeleteOtherRecords(key.Get(), row);
+  if (Failed(hr) && !existed) {
+    key.Reset();
+    Sys().reg_delete_key(profile_key, name);  // as far as it can be undone
+  }
+  return hr;
+}
+
+}  // namespace
+
+HRESULT SaveList(const PropList& list, HKEY key) noexcept {
+  for (const PropNodePtr& node : list.nodes()) {
+    if (!node->dirty()) continue;
+    KeyName name;
+    FormatTag(node->tag(), name);
+    if (HRESULT hr = SetValue(key, name, REG_BINARY, node->record.bytes()); Failed(hr)) return hr;
+  }
+  return S_OK;
+}
+
+HRESULT LoadList(PropList& list, HKEY key) noexcept {
+  HRESULT hr = LoadValues(list, key);
+  if (Failed(hr)) list.Clear();
+  return hr;
+}
+
+HRESULT SaveRow(HKEY profile_key, TableRow& row) noexcept {
+  return at_boundary([&] { return SaveRowAs(profile_key, row, OtherRecords::kKeep); });
+}
+
+HRESULT LoadTable(MemTable& table, HKEY profile_key) noexcept {
+  KeyName name;
+  for (DWORD index = 0;; ++index) {
+    LSTATUS status = EnumSubkey(profile_key, index, name, kKeyNameCapacity);
+    if (status == kNoMoreItems) return S_OK;
+    if (status != kSuccess) return E_FAIL;
+    UniqueKey key;
+    if (HRESULT hr = OpenKey(profile_key, name, KEY_READ, &key); Failed(hr)) return hr;
+    TableRow row;
+    if (HRESULT hr = LoadList(row, key.Get()); Failed(hr)) return hr;
+    if (HRESULT hr = table.InsertRow(std::move(row), index); Failed(hr)) return hr;
+  }
+}
+
+HRESULT SaveTable(MemTable& table, HKEY profile_key) noexcept {
+  return at_boundary([&]() -> HRESULT {
+    std::vector<Name> own;
+    for (std::size_t i = 0; i < table.row_count(); ++i) {
+      if (HRESULT hr = SaveRowAs(profile_key, table.row(i), OtherRecords::kDelete); Failed(hr)) return hr;
+      KeyName name;
+      if (HRESULT hr = FormatServiceKeyName(table.row(i), name); Failed(hr)) return hr;
+      own.emplace_back(name);
+    }
+    std::sort(own.begin(), own.end());
+    std::vector<Name> found;
+    if (HRESULT hr = ListNames(profile_key, &EnumSubkey, found); Failed(hr)) return hr;
+    for (const Name& name : found) {
+      if (Contains(own, name)) continue;
+      if (HRESULT hr = DeleteSubkey(profile_key, name.c_str()); Failed(hr)) return hr;
+    }
+    return S_OK;
+  });
+}
+
+HRESULT UpdateRowAndSave(MemTable& table, const SPropValue& key, ULONG count, const SPropValue* values,
+                         HKEY profile_key) noexcept {
+  TableRow* row = table.FirstMatch(key);
+  if (row == nullptr || count == 0) return MAPI_E_NOT_FOUND;
+  TableRow updated;
+  if (HRESULT hr = CopyRow(*row, updated); Failed(hr)) return hr;
+  for (ULONG i = 0; i < count; ++i) {
+    if (HRESULT hr = updated.Set(values[i]); Failed(hr)) return hr;
+  }
+  HRESULT hr = SaveRow(profile_key, updated);
+  if (Failed(hr)) {
+    at_boundary([&] { return SaveRowAs(profile_key, *row, OtherRecords::kDelete); });  // what was written is undone
+    return hr;
+  }
+  *row = std::move(updated);
+  return S_OK;
+}
+
+}  // namespace uab
