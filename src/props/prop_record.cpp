@@ -51,7 +51,7 @@ const void* DataPointer(const SPropValue& value) noexcept {
   }
 }
 
-// Addresses of this process have no place in a record.
+// Addresses of the process that wrote the record mean nothing.
 void ClearPointer(SPropValue& value) noexcept {
   ULONG type = PropType(value.ulPropTag);
   if (type == PT_BINARY || IsMultiValued(type)) {
@@ -59,6 +59,38 @@ void ClearPointer(SPropValue& value) noexcept {
   } else if (HasData(type)) {
     value.Value.lpszA = nullptr;
   }
+}
+
+// Bytes of the union that the type uses; those behind are whatever the caller's stack held.
+std::size_t ValueSize(ULONG type) noexcept {
+  switch (type) {
+    case PT_I2:
+    case PT_BOOLEAN:
+      return 2;
+    case PT_LONG:
+    case PT_ERROR:
+    case PT_R4:
+    case PT_BINARY:
+      return 4;
+    case PT_DOUBLE:
+    case PT_APPTIME:
+    case PT_CURRENCY:
+    case PT_I8:
+    case PT_SYSTIME:
+      return 8;
+    case PT_STRING8:
+    case PT_UNICODE:
+    case PT_CLSID:
+      return 0;
+    default:
+      return IsMultiValued(type) ? 4 : sizeof(SPropValueUnion);
+  }
+}
+
+// Nothing of this process but the value itself has a place in a record: no address, no byte left on the stack.
+void ClearUnused(SPropValue& value) noexcept {
+  std::size_t size = ValueSize(PropType(value.ulPropTag));
+  std::memset(reinterpret_cast<BYTE*>(&value.Value) + size, 0, sizeof(SPropValueUnion) - size);
 }
 
 std::size_t RecordLength(std::size_t data_length) noexcept {
@@ -88,6 +120,7 @@ bool CheckData(PropRecord& record) noexcept {
     } else if (type == PT_MV_BINARY) {
       for (ULONG i = 0; i < value.Value.MVbin.cValues; ++i) value.Value.MVbin.lpbin[i].lpb = nullptr;
     }
+    ClearPointer(value);
     return true;
   }
   switch (type) {
@@ -125,8 +158,8 @@ HRESULT MakePropNode(const SPropValue& value, PropNodePtr& node) noexcept {
   PropRecord& record = node->record;
   record.recLength = static_cast<ULONG>(length);
   record.dataLength = static_cast<ULONG>(size);
-  record.value = value;
-  ClearPointer(record.value);
+  std::memcpy(&record.value, &value, sizeof(value));
+  ClearUnused(record.value);
   if (IsMultiValued(value.ulPropTag)) {
     WriteMultiValue(value, record.data(), false);
   } else if (const void* data = DataPointer(value); data != nullptr && size != 0) {
