@@ -1,0 +1,214 @@
+#include "support/fake_objects.h"
+
+#include <algorithm>
+
+#include "frame/allocation_chain.h"
+#include "keluab/iids.h"
+#include "support/values.h"
+#include "tables/table_row.h"
+
+namespace uab {
+namespace {
+
+// Stores a new object with one reference.
+template <typename Made, typename Slot, typename... Parts>
+HRESULT HandOut(Slot** object, Parts&&... parts) {
+  auto made = std::make_unique<Made>(std::forward<Parts>(parts)...);
+  made->AddRef();
+  *object = made.release();
+  return S_OK;
+}
+
+std::vector<std::string> Strings(const ENTRYLIST& list) {
+  std::vector<std::string> ids;
+  for (ULONG i = 0; i < list.cValues; ++i) {
+    ids.emplace_back(reinterpret_cast<const char*>(list.lpbin[i].lpb), list.lpbin[i].cb);
+  }
+  return ids;
+}
+
+}  // namespace
+
+FakeObject::FakeObject(FakeProvider& provider, FakeEntryPtr entry, FakeEntryPtr parent)
+    : provider_(provider), entry_(std::move(entry)), parent_(std::move(parent)) {
+  ++provider_.live_objects;
+}
+
+FakeObject::~FakeObject() { --provider_.live_objects; }
+
+HRESULT FakeObject::QueryInterface(const IID& iid, void** object) {
+  *object = nullptr;
+  if (FakeProvider::Turn turn = provider_.Enter("QueryInterface"); turn.stop) return turn.result;
+  const bool user = entry_->type == MAPI_MAILUSER, list = entry_->type == MAPI_DISTLIST;
+  if (iid != IID_IUnknown && iid != IID_IMAPIProp && !(user && iid == IID_IMailUser) &&
+      !(!user && iid == IID_IMAPIContainer) && !(list && iid == IID_IDistList) &&
+      !(!user && !list && iid == IID_IABContainer)) {
+    return E_NOINTERFACE;
+  }
+  AddRef();
+  *object = this;
+  return S_OK;
+}
+
+ULONG FakeObject::Release() {
+  ULONG left = --references;
+  if (left == 0) delete this;
+  return left;
+}
+
+HRESULT FakeObject::SaveChanges(ULONG) {
+  if (FakeProvider::Turn turn = provider_.Enter("SaveChanges"); turn.stop) return turn.result;
+  if (parent_ != nullptr) provider_.Save(parent_.get(), entry_);
+  parent_.reset();
+  return S_OK;
+}
+
+HRESULT FakeObject::GetProps(SPropTagArray* tags, ULONG, ULONG* count, SPropValue** values) {
+  *count = 0;
+  *values = nullptr;
+  FakeProvider::Turn turn = provider_.Enter("GetProps");
+  return turn.stop ? turn.result : AnswerValues(turn, entry_->props, tags, count, values);
+}
+
+HRESULT FakeObject::GetPropList(ULONG, SPropTagArray** tags) {
+  *tags = nullptr;
+  FakeProvider::Turn turn = provider_.Enter("GetPropList");
+  if (turn.stop) return turn.result;
+  HRESULT hr = ListTags(entry_->props, tags);
+  if (Succeeded(hr) && turn.fewer) (*tags)->cValues = 0;
+  return hr;
+}
+
+HRESULT FakeObject::OpenProperty(ULONG tag, const IID*, ULONG, ULONG, IUnknown** object) {
+  *object = nullptr;
+  if (FakeProvider::Turn turn = provider_.Enter("OpenProperty"); turn.stop) return turn.result;
+  switch (tag) {
+    case PR_CREATE_TEMPLATES:
+      return entry_->templates.empty() ? MAPI_E_NOT_FOUND : HandOut<FakeTable>(object, provider_, entry_->templates);
+    case PR_CONTAINER_HIERARCHY:
+      return HandOut<FakeTable>(object, provider_, entry_->children);
+    default:
+      return MAPI_E_NO_SUPPORT;
+  }
+}
+
+// PR_COMMENT_W is refused, as a problem.
+HRESULT FakeObject::SetProps(ULONG count, SPropValue* values, SPropProblemArray** problems) {
+  if (problems != nullptr) *problems = nullptr;
+  if (FakeProvider::Turn turn = provider_.Enter("SetProps"); turn.stop) return turn.result;
+  ChainPtr<SPropProblemArray> found;
+  for (ULONG i = 0; i < count; ++i) {
+    if (values[i].ulPropTag == PR_NULL) continue;
+    if (values[i].ulPropTag == PR_COMMENT_W && problems != nullptr) {
+      if (HRESULT hr = AllocateInto(found, ProblemArraySize(1)); Failed(hr)) return hr;
+      found->cProblem = 1;
+      found->aProblem[0] = {i, PR_COMMENT_W, E_ACCESSDENIED};
+    } else if (HRESULT hr = entry_->props.Set(values[i]); Failed(hr)) {
+      return hr;
+    }
+  }
+  if (problems != nullptr) *problems = found.Detach();
+  return S_OK;
+}
+
+HRESULT FakeObject::GetContentsTable(ULONG, IMAPITable** table) {
+  *table = nullptr;
+  if (FakeProvider::Turn turn = provider_.Enter("GetContentsTable"); turn.stop) return turn.result;
+  return HandOut<FakeTable>(table, provider_, entry_->members);
+}
+
+HRESULT FakeObject::GetHierarchyTable(ULONG, IMAPITable** table) {
+  *table = nullptr;
+  if (FakeProvider::Turn turn = provider_.Enter("GetHierarchyTable"); turn.stop) return turn.result;
+  return HandOut<FakeTable>(table, provider_, entry_->children);
+}
+
+HRESULT FakeObject::OpenEntry(ULONG size, ENTRYID* entry, const IID* iid, ULONG flags, ULONG* type, IUnknown** object) {
+  return provider_.OpenEntry(size, entry, iid, flags, type, object);
+}
+
+HRESULT FakeObject::CreateEntry(ULONG size, ENTRYID* entry, ULONG, IMAPIProp** object) {
+  *object = nullptr;
+  if (FakeProvider::Turn turn = provider_.Enter("CreateEntry"); turn.stop) return turn.result;
+  FakeEntryPtr model = provider_.Find({reinterpret_cast<const char*>(entry), size});
+  if (model == nullptr) return MAPI_E_NOT_FOUND;
+  auto made = std::make_shared<FakeEntry>();
+  made->type = model->type;
+  made->props.Set(LongValue(PR_OBJECT_TYPE, static_cast<LONG>(made->type)));
+  for (ULONG tag : {PR_DEF_CREATE_MAILUSER, PR_DEF_CREATE_DL}) {  // a new list takes what its container takes
+    if (const PropNode* node = entry_->props.Find(tag)) {
+      std::span<const BYTE> id = RecordBytes(node->record);
+      made->props.Set(BinaryValue(tag, id.data(), static_cast<ULONG>(id.size())));
+    }
+  }
+  return HandOut<FakeObject>(object, provider_, std::move(made), entry_);
+}
+
+HRESULT FakeObject::CopyEntries(ENTRYLIST* entries, ULONG_PTR, IMAPIProgress*, ULONG flags) {
+  if (FakeProvider::Turn turn = provider_.Enter("CopyEntries"); turn.stop) return turn.result;
+  for (const std::string& id : Strings(*entries)) {
+    ++entry_->links;
+    if (flags != 1 || entry_->member_ids.count(id) == 0) provider_.AddMember(*entry_, id);
+  }
+  return S_OK;
+}
+
+HRESULT FakeObject::DeleteEntries(ENTRYLIST* entries, ULONG) {
+  if (FakeProvider::Turn turn = provider_.Enter("DeleteEntries"); turn.stop) return turn.result;
+  for (const std::string& id : Strings(*entries)) {
+    entry_->deleted.push_back(id);
+    std::erase(entry_->members, id);
+    entry_->member_ids.erase(id);
+  }
+  return S_OK;
+}
+
+FakeTable::FakeTable(FakeProvider& provider, const std::vector<std::string>& ids) : provider_(provider), ids_(ids) {
+  ++provider_.live_objects;
+}
+
+FakeTable::~FakeTable() { --provider_.live_objects; }
+
+ULONG FakeTable::Release() {
+  ULONG left = --references;
+  if (left == 0) delete this;
+  return left;
+}
+
+HRESULT FakeTable::SetColumns(SPropTagArray* tags, ULONG) {
+  if (FakeProvider::Turn turn = provider_.Enter("SetColumns"); turn.stop) return turn.result;
+  columns_.assign(&tags->cValues, &tags->cValues + 1 + tags->cValues);
+  return S_OK;
+}
+
+HRESULT FakeTable::SeekRow(BOOKMARK origin, LONG count, LONG*) {
+  if (FakeProvider::Turn turn = provider_.Enter("SeekRow"); turn.stop) return turn.result;
+  if (origin == BOOKMARK_BEGINNING && count == 0) position_ = 0;
+  return S_OK;
+}
+
+HRESULT FakeTable::QueryRows(LONG count, ULONG, SRowSet** rows) {
+  *rows = nullptr;
+  FakeProvider::Turn turn = provider_.Enter("QueryRows");
+  if (turn.stop) return turn.result;
+  const std::size_t wanted = std::min(static_cast<std::size_t>(count), ids_.size() - position_);
+  ChainPtr<SRowSet> block;
+  if (HRESULT hr = AllocateInto(block, RowSetSize(wanted)); Failed(hr)) return hr;
+  RowSetPtr set(block.Detach());
+  auto* columns = columns_.empty() ? nullptr : reinterpret_cast<SPropTagArray*>(columns_.data());
+  for (std::size_t i = 0; i < wanted; ++i) {
+    const std::string& id = ids_[position_ + i];
+    FakeEntryPtr entry = provider_.Find(id);
+    PropList alone;
+    if (entry == nullptr) alone.Set(BinaryValue(PR_ENTRYID, id.data(), static_cast<ULONG>(id.size())));
+    SRow& row = set->aRow[i];
+    HRESULT hr = AnswerValues(turn, entry != nullptr ? entry->props : alone, columns, &row.cValues, &row.lpProps);
+    if (Failed(hr)) return hr;
+    ++set->cRows;
+  }
+  position_ += wanted;
+  *rows = set.Detach();
+  return S_OK;
+}
+
+}  // namespace uab
