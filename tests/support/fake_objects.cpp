@@ -74,7 +74,10 @@ HRESULT FakeObject::GetPropList(ULONG, SPropTagArray** tags) {
   *tags = nullptr;
   FakeProvider::Turn turn = provider_.Enter("GetPropList");
   if (turn.stop) return turn.result;
-  HRESULT hr = ListTags(entry_->props, tags);
+  PropList bare;
+  bare.Set(LongValue(PR_CONTAINER_CONTENTS, 0));
+  const bool is_bare = provider_.bare_lists && entry_->type == MAPI_DISTLIST;
+  HRESULT hr = ListTags(is_bare ? bare : entry_->props, tags);
   if (Succeeded(hr) && turn.fewer) (*tags)->cValues = 0;
   return hr;
 }
@@ -135,6 +138,7 @@ HRESULT FakeObject::CreateEntry(ULONG size, ENTRYID* entry, ULONG, IMAPIProp** o
   auto made = std::make_shared<FakeEntry>();
   made->type = model->type;
   made->props.Set(LongValue(PR_OBJECT_TYPE, static_cast<LONG>(made->type)));
+  made->templates = entry_->templates;
   for (ULONG tag : {PR_DEF_CREATE_MAILUSER, PR_DEF_CREATE_DL}) {  // a new list takes what its container takes
     if (const PropNode* node = entry_->props.Find(tag)) {
       std::span<const BYTE> id = RecordBytes(node->record);

@@ -59,15 +59,15 @@ std::string FakeProvider::Id(std::string_view name) const {
 
 FakeEntry& FakeProvider::AddUser(std::string_view name) { return Add(Id(name), MAPI_MAILUSER, {}); }
 
-FakeEntry& FakeProvider::AddList(std::string_view name, std::initializer_list<std::string_view> members) {
+FakeEntry& FakeProvider::AddList(std::string_view name, const std::vector<std::string_view>& members) {
   return Add(Id(name), MAPI_DISTLIST, members);
 }
 
-FakeEntry& FakeProvider::AddContainer(std::string_view name, std::initializer_list<std::string_view> members) {
+FakeEntry& FakeProvider::AddContainer(std::string_view name, const std::vector<std::string_view>& members) {
   return Add(Id(name), MAPI_ABCONT, members);
 }
 
-FakeEntry& FakeProvider::Add(const std::string& id, ULONG type, std::initializer_list<std::string_view> members) {
+FakeEntry& FakeProvider::Add(const std::string& id, ULONG type, const std::vector<std::string_view>& members) {
   auto entry = std::make_shared<FakeEntry>();
   entry->type = type;
   const std::string name = id.substr(20);

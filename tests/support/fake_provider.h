@@ -9,7 +9,6 @@
 #pragma once
 
 #include <functional>
-#include <initializer_list>
 #include <map>
 #include <memory>
 #include <string>
@@ -60,8 +59,8 @@ class FakeProvider : public RefusingAddrBook {
   // The store. Names become identifiers with Id. Members need not exist.
   std::string Id(std::string_view name) const;
   FakeEntry& AddUser(std::string_view name);
-  FakeEntry& AddList(std::string_view name, std::initializer_list<std::string_view> members = {});
-  FakeEntry& AddContainer(std::string_view name, std::initializer_list<std::string_view> members = {});
+  FakeEntry& AddList(std::string_view name, const std::vector<std::string_view>& members = {});
+  FakeEntry& AddContainer(std::string_view name, const std::vector<std::string_view>& members = {});
   void AddMember(FakeEntry& entry, const std::string& id);
   // A template of users (DT_MAILUSER) or lists: a row of the entry's PR_CREATE_TEMPLATES.
   void AddTemplate(FakeEntry& entry, std::string_view name, ULONG display_type);
@@ -108,12 +107,13 @@ class FakeProvider : public RefusingAddrBook {
   MAPIUID uid;
   int live_objects = 0;
   std::map<ULONG, ComPtr<IMAPIAdviseSink>> sinks;  // by connection, which count from 100
+  bool bare_lists = false;                         // GetPropList of a list: PR_CONTAINER_CONTENTS alone
   bool wide_connections = false;                   // Advise writes 8 bytes
   std::vector<ULONG> prepared;                     // the sizes of the lists given to PrepareRecips
   std::vector<std::string> shown;                  // the identifiers given to Details
 
  private:
-  FakeEntry& Add(const std::string& id, ULONG type, std::initializer_list<std::string_view> members);
+  FakeEntry& Add(const std::string& id, ULONG type, const std::vector<std::string_view>& members);
 
   std::unordered_map<std::string, FakeEntryPtr> store_;
   FakeEntryPtr root_;
