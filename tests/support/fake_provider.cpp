@@ -104,6 +104,10 @@ void FakeProvider::SetTemplates(FakeEntry& entry, bool users, bool lists) {
   if (lists) SetBinary(entry.props, PR_DEF_CREATE_DL, Id("list template"));
 }
 
+void FakeProvider::DropNewEntries() {
+  for (; saved_ > 0; --saved_) store_.erase(Id("new " + std::to_string(saved_)));
+}
+
 FakeEntryPtr FakeProvider::Find(const std::string& id) const {
   auto found = store_.find(id);
   return found == store_.end() ? nullptr : found->second;

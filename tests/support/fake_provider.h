@@ -69,6 +69,7 @@ class FakeProvider : public RefusingAddrBook {
   FakeEntry& At(std::string_view name) { return *store_.at(Id(name)); }
   FakeEntryPtr Find(const std::string& id) const;
   std::size_t size() const { return store_.size(); }
+  void DropNewEntries();  // those that CreateEntry and NewEntry made
   FakeEntry& root() { return *root_; }  // the top-level container; what GetProps tells of
 
   // Opens an entry as the library would, without counting a call.
