@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "support/failure_sweep.h"
 #include "support/refusing_objects.h"
