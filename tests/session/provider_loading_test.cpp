@@ -1,0 +1,248 @@
+#include "session/provider_loading.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "frame/module.h"
+#include "session/provider_list.h"
+#include "session/provider_stage.h"
+#include "support/failure_sweep.h"
+#include "support/loaded_module.h"
+#include "support/refusing_objects.h"
+#include "support/values.h"
+#include "tables/mem_table.h"
+
+namespace uab {
+namespace {
+
+constexpr char kProvider0[] = "staged_provider_0.plugin";
+constexpr char kProvider1[] = "staged_provider_1.plugin";
+constexpr HRESULT kAdminFailure = static_cast<HRESULT>(0x80040F0Du);
+
+// The services of a profile, without a profile.
+struct FakeAdmin : Refusing<IMsgServiceAdmin> {
+  FakeAdmin() { EXPECT_EQ(MemTable::Create(services), S_OK); }
+
+  void Add(const char* library, const char* entry = "ServiceEntry", ULONG uid_size = 16) {
+    std::basic_string<WCHAR> name(library, library + std::strlen(library));
+    BYTE uid[17] = {static_cast<BYTE>(services->row_count() + 1)};
+    SPropValue values[] = {BinaryValue(PR_SERVICE_UID, uid, uid_size),
+                           TextValue(PR_SERVICE_DLL_NAME_W, name.c_str()),
+                           {PR_SERVICE_ENTRY_NAME, 0, {}}};
+    values[2].Value.lpszA = const_cast<char*>(entry);
+    AddRow(values, 3);
+  }
+  void AddRow(SPropValue* values, ULONG count) {
+    EXPECT_EQ(services->AddRow({0, count, values}, services->row_count()), S_OK);
+  }
+
+  HRESULT UAB_CALL GetLastError(HRESULT, ULONG, MAPIERROR**) override { return S_OK; }
+  HRESULT UAB_CALL GetMsgServiceTable(ULONG flags, IMAPITable** table) override {
+    EXPECT_EQ(flags, MAPI_UNICODE);
+    services->SeekRow(BOOKMARK_BEGINNING, 0, nullptr);
+    *table = services.Copy();
+    return table_answer;
+  }
+  HRESULT UAB_CALL CreateMsgService(WCHAR*, WCHAR*, WCHAR*, ULONG, ULONG_PTR, ULONG) override { return E_FAIL; }
+  HRESULT UAB_CALL DeleteMsgService(MAPIUID*) override { return E_FAIL; }
+  HRESULT UAB_CALL ConfigureMsgService(MAPIUID*, ULONG_PTR, ULONG, ULONG, SPropValue*, IMAPIProp**) override {
+    return E_FAIL;
+  }
+  HRESULT UAB_CALL OpenProfileSection(MAPIUID* uid, const IID* iid, ULONG flags, IMAPIProp** opened) override {
+    EXPECT_TRUE(iid == nullptr && flags == MAPI_MODIFY);
+    if (uid->ab[0] == refused_section) return kAdminFailure;
+    section.AddRef();
+    *opened = &section;
+    return S_OK;
+  }
+
+  ComPtr<MemTable> services;
+  HRESULT table_answer = S_OK;
+  BYTE refused_section = 0;  // the service with this number
+  RefusingProp<IMAPIProp> section;
+};
+
+struct ProviderLoading : testing::Test {
+  ProviderLoading() { EXPECT_EQ(ProviderList::Create(list), S_OK); }
+  ~ProviderLoading() override {
+    list->FreeEntries();
+    EXPECT_TRUE(NothingLoaded());
+    EXPECT_EQ(admin.section.references, 0u);
+  }
+
+  HRESULT Load() { return LoadProviders(&admin, list.Get(), Arguments(stage)); }
+  LogonArguments Arguments(ProviderStage& target) {
+    return {app_key, reinterpret_cast<HINSTANCE>(&app_key), reinterpret_cast<ULONG_PTR>(&target), 0x40};
+  }
+  void AddBoth() {
+    admin.Add(kProvider0);
+    admin.Add(kProvider1);
+  }
+  static bool NothingLoaded() {
+    return !IsModuleLoaded(kProvider0) && !IsModuleLoaded(kProvider1) && !IsModuleLoaded("no_provider.plugin");
+  }
+
+  WCHAR app_key[4] = {'K', 'e', 'y'};
+  ProviderStage stage;
+  FakeAdmin admin;
+  ComPtr<ProviderList> list;
+};
+
+TEST_F(ProviderLoading, TheLastServiceIsTheFirstEntry) {
+  AddBoth();
+  OfferHostValue(77);
+  ASSERT_EQ(Load(), S_OK);
+  std::vector<ComPtr<ProviderEntry>> entries;
+  ASSERT_EQ(list->Entries(entries), S_OK);
+  ASSERT_EQ(entries.size(), 2u);
+  for (int number : {0, 1}) {
+    ProviderEntry& entry = *entries[static_cast<std::size_t>(1 - number)];
+    EXPECT_TRUE(entry.library && entry.open_routine != nullptr && entry.service_routine != nullptr && entry.provider);
+    EXPECT_EQ(entry.service_uid.ab[0], number + 1);
+    ComPtr<ProviderEntry> owner;
+    EXPECT_EQ(list->FindByUid(StagedId(number, StagedId::kList).uid, owner), S_OK);
+    EXPECT_EQ(owner.Get(), &entry);
+    const ProviderStage::Role& role = stage.roles[number];
+    EXPECT_EQ(role.app_key, app_key);
+    EXPECT_EQ(role.resources, reinterpret_cast<HINSTANCE>(&app_key));
+    EXPECT_EQ(role.flags, MAPI_UNICODE | 0x40);
+    EXPECT_EQ(role.host_value, HostValue());
+    EXPECT_NE(role.host_value, 0u);
+  }
+  entries.clear();
+  list->FreeEntries();
+  EXPECT_STREQ(stage.events, "O0O1R1U1R0U0");
+}
+
+TEST_F(ProviderLoading, WithoutServicesThereIsNothingToLoad) {
+  EXPECT_EQ(Load(), S_OK);
+  EXPECT_EQ(list->count(), 0u);
+  EXPECT_EQ(LoadProviders(nullptr, list.Get(), Arguments(stage)), E_INVALIDARG);
+  EXPECT_EQ(LoadProviders(&admin, nullptr, Arguments(stage)), E_INVALIDARG);
+}
+
+TEST_F(ProviderLoading, AServiceThatCannotBeLoadedUnloadsTheOthers) {
+  BYTE uid[16] = {};
+  SPropValue no_library[] = {BinaryValue(PR_SERVICE_UID, uid, 16), TextValue(PR_SERVICE_ENTRY_NAME, nullptr)};
+  const struct {
+    HRESULT expected;
+    void (*prepare)(FakeAdmin&, SPropValue*);
+  } cases[] = {
+      {MAPI_E_NOT_FOUND, [](FakeAdmin& a, SPropValue*) { a.Add("missing.plugin"); }},
+      {MAPI_E_NOT_FOUND, [](FakeAdmin& a, SPropValue*) { a.Add(""); }},
+      {MAPI_E_NOT_FOUND, [](FakeAdmin& a, SPropValue*) { a.Add(std::string(300, 'x').c_str()); }},
+      {E_FAIL, [](FakeAdmin& a, SPropValue*) { a.Add("no_provider.plugin"); }},
+      {E_FAIL, [](FakeAdmin& a, SPropValue*) { a.Add(kProvider1, "NoSuchEntry"); }},
+      {E_FAIL, [](FakeAdmin& a, SPropValue*) { a.Add(kProvider1, ""); }},
+      {MAPI_E_INVALID_OBJECT, [](FakeAdmin& a, SPropValue*) { a.Add(kProvider1, "ServiceEntry", 15); }},
+      {MAPI_E_INVALID_OBJECT, [](FakeAdmin& a, SPropValue*) { a.Add(kProvider1, "ServiceEntry", 17); }},
+      {MAPI_E_INVALID_OBJECT, [](FakeAdmin& a, SPropValue*) { a.Add(kProvider1, "ServiceEntry", 0); }},
+      {MAPI_E_INVALID_OBJECT, [](FakeAdmin& a, SPropValue* values) { a.AddRow(values, 2); }},
+      {kAdminFailure, [](FakeAdmin& a, SPropValue*) { a.Add(kProvider1), a.refused_section = 2; }},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    FakeAdmin fresh;
+    fresh.Add(kProvider0);
+    c.prepare(fresh, no_library);
+    ProviderStage target;
+    EXPECT_EQ(LoadProviders(&fresh, list.Get(), Arguments(target)), c.expected);
+    EXPECT_EQ(list->count(), 0u);
+    EXPECT_STREQ(target.events, "O0R0U0");
+    EXPECT_TRUE(NothingLoaded());
+    EXPECT_EQ(fresh.section.references, 0u);
+  }
+  admin.Add(kProvider0);
+  admin.table_answer = kAdminFailure;
+  EXPECT_EQ(Load(), kAdminFailure);
+}
+
+TEST_F(ProviderLoading, AProviderThatDoesNotOpenUnloadsTheOthers) {
+  const struct {
+    ProviderStage::Act act;
+    HRESULT expected;
+    const char* events;
+  } cases[] = {
+      {ProviderStage::kFail, kStagedFailure, "O0O1U1R0U0"},
+      {ProviderStage::kFailWithObject, kStagedFailure, "O0O1R1U1R0U0"},  // its object goes before its library
+      {ProviderStage::kThrow, E_FAIL, "O0O1U1R0U0"},
+  };
+  AddBoth();
+  for (const auto& c : cases) {
+    ProviderStage target;
+    target.roles[0].keeps_section = true;
+    target.roles[1].act = c.act;
+    EXPECT_EQ(LoadProviders(&admin, list.Get(), Arguments(target)), c.expected) << c.events;
+    EXPECT_STREQ(target.events, c.events);
+    EXPECT_EQ(list->count(), 0u);
+    EXPECT_TRUE(NothingLoaded());
+    EXPECT_EQ(admin.section.references, 0u);
+  }
+}
+
+TEST_F(ProviderLoading, AProviderWithoutObjectKeepsItsPlace) {
+  AddBoth();
+  stage.roles[1].act = ProviderStage::kNoObject;
+  ASSERT_EQ(Load(), S_OK);
+  EXPECT_EQ(list->count(), 2u);
+  ComPtr<ProviderEntry> owner;
+  EXPECT_EQ(list->FindByUid(StagedId(1, StagedId::kList).uid, owner), E_ACCESSDENIED);
+}
+
+TEST_F(ProviderLoading, ASupportObjectThatWasKeptRegistersLateAndOutlivesTheSession) {
+  AddBoth();
+  stage.roles[0].registers_late = true;
+  ASSERT_EQ(Load(), S_OK);
+  auto support = ComPtr<IUABSupport>::Attach(stage.roles[0].kept_support);
+  MAPIUID uid = StagedId(0, StagedId::kList).uid;
+  ComPtr<ProviderEntry> owner;
+  EXPECT_EQ(list->FindByUid(uid, owner), MAPI_E_NOT_FOUND);
+  EXPECT_EQ(support->SetProviderUID(&uid, 0), S_OK);
+  EXPECT_EQ(list->FindByUid(uid, owner), S_OK);
+  owner.Reset();
+  list->FreeEntries();
+  EXPECT_TRUE(NothingLoaded());
+  EXPECT_EQ(support->SetProviderUID(&uid, 0), E_INVALIDARG);
+
+  stage.roles[0].act = ProviderStage::kFail;  // the same behind a logon that failed
+  EXPECT_EQ(Load(), kStagedFailure);
+  support = ComPtr<IUABSupport>::Attach(stage.roles[0].kept_support);
+  EXPECT_EQ(support->SetProviderUID(&uid, 0), E_INVALIDARG);
+}
+
+// With services and list of its own, so that a sweep sees all that is left.
+struct Loaded {
+  std::unique_ptr<FakeAdmin> admin = std::make_unique<FakeAdmin>();
+  ComPtr<ProviderList> list;
+};
+
+TEST_F(ProviderLoading, AnyFailingRequestUnloadsAll) {
+  stage.roles[0].keeps_section = true;
+  auto prepare = [] {
+    Loaded loaded;
+    loaded.admin->Add(kProvider0);
+    loaded.admin->Add(kProvider1);
+    return loaded;
+  };
+  auto load = [&](Loaded& loaded) {
+    if (HRESULT hr = ProviderList::Create(loaded.list); Failed(hr)) return hr;
+    return LoadProviders(loaded.admin.get(), loaded.list.Get(), Arguments(stage));
+  };
+  auto check = [&](Loaded& loaded, HRESULT hr) {
+    EXPECT_EQ(NothingLoaded(), Failed(hr));
+    EXPECT_TRUE(!loaded.list || loaded.list->count() == (Failed(hr) ? 0u : 2u));
+    loaded.list.Reset();
+    EXPECT_TRUE(NothingLoaded());
+    EXPECT_EQ(loaded.admin->section.references, 0u);
+  };
+  ForEachAllocationFailure(prepare, load, [&](Loaded& loaded, HRESULT hr) {
+    // The loader does not say why a library can't be loaded.
+    EXPECT_TRUE(hr == S_OK || hr == E_OUTOFMEMORY || hr == MAPI_E_NOT_FOUND) << std::hex << hr;
+    check(loaded, hr);
+  });
+  ForEachSystemCallFailure(prepare, load, check);
+}
+
+}  // namespace
+}  // namespace uab
