@@ -1,0 +1,170 @@
+#include "profiles/prof_admin.h"
+
+#include "platform/at_boundary.h"
+#include "platform/system_calls.h"
+#include "profiles/msg_service_admin.h"
+#include "profiles/service_definitions.h"
+#include "profiles/service_dialog.h"
+#include "profiles/stored_services.h"
+
+namespace uab {
+namespace {
+
+constexpr bool IsWide(ULONG flags) noexcept { return (flags & MAPI_UNICODE) != 0; }
+
+// Adds the services of the definition file that a new profile starts with, each under an identifier of its own.
+HRESULT AddDefaultServices(MemTable& table) noexcept {
+  RowSetPtr rows;
+  if (HRESULT hr = ReadServiceDefinitions(kDefaultServicesSection, rows); Failed(hr)) return hr;
+  for (ULONG i = 0; i < rows->cRows; ++i) {
+    GUID uid;
+    if (HRESULT hr = Sys().co_create_guid(&uid); Failed(hr)) return hr;
+    rows->aRow[i].lpProps[kServiceUidValue].Value.bin = {sizeof(uid), reinterpret_cast<BYTE*>(&uid)};
+    if (HRESULT hr = table.AddRow(rows->aRow[i], 0); Failed(hr)) return hr;
+  }
+  return S_OK;
+}
+
+}  // namespace
+
+HRESULT ProfAdmin::Create(const WCHAR* app_key, HINSTANCE resources, ComPtr<ProfAdmin>& admin) noexcept {
+  return at_boundary([&] {
+    admin = ComPtr<ProfAdmin>::Attach(new ProfAdmin(app_key, resources));
+    return S_OK;
+  });
+}
+
+HRESULT ProfAdmin::RebuildTable() noexcept {
+  table_.Reset();
+  return BuildProfileTable(app_key_, table_);
+}
+
+HRESULT ProfAdmin::NeedTable() noexcept { return table_ ? S_OK : RebuildTable(); }
+
+HRESULT ProfAdmin::CheckExists(const WCHAR* name) noexcept {
+  if (HRESULT hr = NeedTable(); Failed(hr)) return hr;
+  if (name == nullptr) return E_INVALIDARG;
+  return HasProfile(*table_, name) ? S_OK : MAPI_E_NOT_FOUND;
+}
+
+HRESULT ProfAdmin::CheckFree(const WCHAR* name) noexcept {
+  if (name != nullptr && Succeeded(CheckExists(name))) return E_ACCESSDENIED;
+  return CheckNewProfileName(app_key_, name);
+}
+
+HRESULT ProfAdmin::GetProfileTable(ULONG flags, IMAPITable** table) noexcept {
+  if (table == nullptr) return E_INVALIDARG;
+  *table = nullptr;
+  if (!IsWide(flags)) return MAPI_E_BAD_CHARWIDTH;
+  LockedScope scope(section_);
+  if (HRESULT hr = NeedTable(); Failed(hr)) return hr;
+  *table = table_.Copy();
+  return S_OK;
+}
+
+HRESULT ProfAdmin::CreateProfile(WCHAR* name, ULONG_PTR ui, ULONG flags) noexcept {
+  if (!IsWide(flags)) return MAPI_E_BAD_CHARWIDTH;
+  if (name == nullptr) return E_INVALIDARG;
+  if (HRESULT hr = StoreProfile(name, flags); Failed(hr)) return hr;
+  if ((flags & MAPI_DIALOG) == 0) return S_OK;
+
+  ComPtr<MsgServiceAdmin> admin;
+  if (HRESULT hr = OpenServices(name, admin); Failed(hr)) return hr;
+  if (!ShowDialog(*admin, ui)) {
+    DeleteProfile(name, flags);
+    return MAPI_E_USER_CANCEL;
+  }
+  LockedScope scope(section_);
+  RebuildTable();  // what fails is tried again by the next operation that needs the table
+  return S_OK;
+}
+
+HRESULT ProfAdmin::StoreProfile(const WCHAR* name, ULONG flags) noexcept {
+  LockedScope scope(section_);
+  if (HRESULT hr = CheckFree(name); Failed(hr)) return hr;
+  ComPtr<MemTable> services;
+  if (HRESULT hr = MemTable::Create(services); Failed(hr)) return hr;
+  if ((flags & MAPI_DEFAULT_SERVICES) != 0) {
+    if (HRESULT hr = AddDefaultServices(*services); Failed(hr)) return hr;
+  }
+  if (HRESULT hr = SaveNewProfile(app_key_, name, *services); Failed(hr)) return hr;
+  return RebuildTable();
+}
+
+HRESULT ProfAdmin::DeleteProfile(WCHAR* name, ULONG flags) noexcept {
+  if (!IsWide(flags)) return MAPI_E_BAD_CHARWIDTH;
+  LockedScope scope(section_);
+  if (Failed(CheckExists(name))) return MAPI_E_NOT_FOUND;
+  if (HRESULT hr = DeleteProfileKey(app_key_, name); Failed(hr)) return hr;
+  return RebuildTable();
+}
+
+HRESULT ProfAdmin::ConfigureProfile(WCHAR* name, ULONG_PTR ui, ULONG flags) noexcept {
+  if (!IsWide(flags)) return MAPI_E_BAD_CHARWIDTH;
+  ComPtr<MsgServiceAdmin> admin;
+  if (HRESULT hr = OpenServices(name, admin); Failed(hr)) return hr;
+  ComPtr<MemTable> backup;
+  if (HRESULT hr = LoadServices(app_key_, name, backup); Failed(hr)) return hr;
+  bool confirmed = ShowDialog(*admin, ui);
+  LockedScope scope(section_);
+  if (!confirmed) SaveServices(app_key_, name, *backup);
+  RebuildTable();
+  return confirmed ? S_OK : MAPI_E_USER_CANCEL;
+}
+
+HRESULT ProfAdmin::CopyProfile(WCHAR* source, WCHAR* target, ULONG flags) noexcept {
+  if (!IsWide(flags)) return MAPI_E_BAD_CHARWIDTH;
+  LockedScope scope(section_);
+  if (HRESULT hr = CheckFree(target); Failed(hr)) return hr;
+  ComPtr<MemTable> services;
+  if (HRESULT hr = LoadServices(app_key_, source, services); Failed(hr)) return hr;
+  if (HRESULT hr = SaveNewProfile(app_key_, target, *services); Failed(hr)) return hr;
+  return RebuildTable();
+}
+
+HRESULT ProfAdmin::RenameProfile(WCHAR* old_name, WCHAR* new_name, ULONG flags) noexcept {
+  if (!IsWide(flags)) return MAPI_E_BAD_CHARWIDTH;
+  LockedScope scope(section_);
+  if (HRESULT hr = CheckFree(new_name); Failed(hr)) return hr;
+  ComPtr<MemTable> services;
+  if (HRESULT hr = LoadServices(app_key_, old_name, services); Failed(hr)) return hr;
+  // The registry has it; a name that differs in case would leave the profile, though.
+  if (Failed(CheckExists(old_name)) && (Failed(RebuildTable()) || Failed(CheckExists(old_name)))) return E_FAIL;
+  if (HRESULT hr = SaveNewProfile(app_key_, new_name, *services); Failed(hr)) return hr;
+  // All of the old profile is in the new one: what fails now leaves both.
+  if (IsDefaultProfile(*table_, old_name)) WriteDefaultProfile(app_key_, new_name);
+  DeleteProfileKey(app_key_, old_name);
+  return RebuildTable();
+}
+
+HRESULT ProfAdmin::SetDefaultProfile(WCHAR* name, ULONG flags) noexcept {
+  if (!IsWide(flags)) return MAPI_E_BAD_CHARWIDTH;
+  LockedScope scope(section_);
+  if (HRESULT hr = NeedTable(); Failed(hr)) return hr;
+  if (name != nullptr && !HasProfile(*table_, name)) return MAPI_E_NOT_FOUND;
+  if (HRESULT hr = WriteDefaultProfile(app_key_, name); Failed(hr)) return hr;
+  return RebuildTable();
+}
+
+HRESULT ProfAdmin::AdminServices(WCHAR* name, ULONG flags, IMsgServiceAdmin** admin) noexcept {
+  if (admin == nullptr) return E_INVALIDARG;
+  if (!IsWide(flags)) return MAPI_E_BAD_CHARWIDTH;
+  *admin = nullptr;
+  ComPtr<MsgServiceAdmin> opened;
+  if (HRESULT hr = OpenServices(name, opened); Failed(hr)) return hr;
+  *admin = opened.Detach();
+  return S_OK;
+}
+
+HRESULT ProfAdmin::OpenServices(const WCHAR* name, ComPtr<MsgServiceAdmin>& admin) noexcept {
+  LockedScope scope(section_);
+  if (HRESULT hr = CheckExists(name); Failed(hr)) return hr;
+  return MsgServiceAdmin::Create(0, resources_, app_key_, name, admin);
+}
+
+bool ProfAdmin::ShowDialog(MsgServiceAdmin& admin, ULONG_PTR ui) noexcept {
+  ServiceDialogParams params = {this, &admin, kServiceDialogTemplate, app_key_};
+  return ShowServiceDialog(resources_, ui, params) == IDOK;
+}
+
+}  // namespace uab
