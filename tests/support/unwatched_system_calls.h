@@ -1,5 +1,5 @@
-// While it lives, what the system itself requests of the heap inside the registry's calls, outside Windows, counts as
-// somebody else's: a sweep then goes over the library's own requests, the same ones on every system. The stand-ins have
+// While it lives, what the system itself requests of the heap inside these calls, outside Windows, counts as somebody
+// else's: a sweep then goes over the library's own requests, the same ones on every system. The stand-ins have
 // sweeps of their own.
 #pragma once
 
@@ -20,6 +20,9 @@ class UnwatchedSystemCalls : NonCopyable {
     Replace<&SystemCalls::reg_set_value>(Sys().reg_set_value);
     Replace<&SystemCalls::reg_delete_key>(Sys().reg_delete_key);
     Replace<&SystemCalls::reg_delete_value>(Sys().reg_delete_value);
+    Replace<&SystemCalls::load_library>(Sys().load_library);
+    Replace<&SystemCalls::get_proc_address>(Sys().get_proc_address);
+    Replace<&SystemCalls::co_create_guid>(Sys().co_create_guid);
     Replace<&SystemCalls::get_private_profile_section>(Sys().get_private_profile_section);
   }
   ~UnwatchedSystemCalls() { Sys() = before_; }

@@ -1,0 +1,253 @@
+// Message services and their profile sections, with a real service library.
+#include "profiles/msg_service_admin.h"
+
+#include <algorithm>
+
+#include "profiles/profile_world.h"
+
+namespace uab {
+namespace {
+
+using List = std::vector<Text>;
+
+std::vector<ULONG> contexts;  // of the calls into the service library
+
+class MsgServiceAdminTest : public ProfileWorld {
+ protected:
+  MsgServiceAdminTest() {
+    contexts.clear();
+    EXPECT_EQ(ProfileWorld::Create(UAB_TEXT("a")), S_OK);
+    services_ = Admin(UAB_TEXT("a"));
+  }
+
+  HRESULT Add(const WCHAR* name, const WCHAR* text = nullptr, ULONG flags = 0) {
+    return services_->CreateMsgService(Mutable(name), Mutable(UAB_TEXT("Mine")), Mutable(text), flags, 7, MAPI_UNICODE);
+  }
+  Services Stored() { return ReadProfiles()[UAB_TEXT("a")]; }
+
+  // Display names of the services, and their identifiers.
+  List Table(std::vector<MAPIUID>* uids = nullptr) {
+    ComPtr<IMAPITable> table;
+    EXPECT_EQ(services_->GetMsgServiceTable(MAPI_UNICODE, table.Put()), S_OK);
+    TagArray<2> columns = {2, {PR_DISPLAY_NAME_W, PR_SERVICE_UID}};
+    EXPECT_EQ(table->SetColumns(columns.address(), 0), S_OK);
+    RowSetPtr rows;
+    EXPECT_EQ(table->QueryRows(100, 0, rows.Put()), S_OK);
+    List names;
+    for (SPropValue* row : RowsOf(*rows.Get())) {
+      names.push_back(TextOf(row[0]));
+      if (uids != nullptr) uids->push_back(*reinterpret_cast<MAPIUID*>(row[1].Value.bin.lpb));
+    }
+    return names;
+  }
+  MAPIUID OnlyUid() {
+    std::vector<MAPIUID> uids;
+    Table(&uids);
+    EXPECT_EQ(uids.size(), 1u);
+    return uids.empty() ? MAPIUID{} : uids[0];
+  }
+
+  ComPtr<IMsgServiceAdmin> services_;
+};
+
+TEST_F(MsgServiceAdminTest, AddsServicesThatSetThemselvesUp) {
+  script.behave = [](const EntryCall& call) -> HRESULT {
+    contexts.push_back(call.context);
+    UABAllocateBufferFunction allocate;
+    UABAllocateMoreFunction more;
+    UABFreeBufferFunction free;
+    HRESULT hr = call.support->GetMemAllocRoutines(&allocate, &more, &free);
+    bool as_given = call.ui == 7 && call.flags == MAPI_UNICODE && call.resources == nullptr;
+    if (Failed(hr) || !as_given || call.support->SetProviderUID(nullptr, 0) != MAPI_E_NO_SUPPORT) return E_FAIL;
+    SPropValue value = TextValue(UAB_PR_FILE_NAME_W, UAB_TEXT("book"));
+    if (call.context == MSG_SERVICE_CREATE_TEXT) {
+      if (call.count != 1 || call.values[0].ulPropTag != 0) return E_FAIL;
+      value.Value.lpszW = call.values[0].Value.lpszW;
+    }
+    if (hr = call.section->SetProps(1, &value, nullptr); Failed(hr)) return hr;
+    return call.section->SaveChanges(KEEP_OPEN_READWRITE);
+  };
+  EXPECT_EQ(Add(UAB_TEXT("First"), UAB_TEXT("")), S_OK);
+  EXPECT_EQ(contexts, std::vector<ULONG>{MSG_SERVICE_CREATE});
+  EXPECT_EQ(Add(UAB_TEXT("First"), UAB_TEXT("text"), 0x10000), S_OK);
+  EXPECT_EQ(contexts, (std::vector<ULONG>{MSG_SERVICE_CREATE, MSG_SERVICE_CREATE, MSG_SERVICE_CREATE_TEXT}));
+  EXPECT_EQ(Add(UAB_TEXT("Second")), S_OK);
+  EXPECT_EQ(Add(UAB_TEXT("Second")), MAPI_E_COLLISION);
+  List names = Table();
+  std::sort(names.begin(), names.end());
+  EXPECT_EQ(names, (List{UAB_TEXT("Mine"), UAB_TEXT("Mine"), UAB_TEXT("Number two")}));
+  Services stored = Stored();
+  ASSERT_EQ(stored.size(), 3u);
+  for (const auto& [uid, values] : stored) EXPECT_EQ(values.count(UAB_TEXT("1711276063")), 1u) << "the file name";
+  EXPECT_EQ(std::count_if(stored.begin(), stored.end(),
+                          [](const auto& service) { return service.second.at(UAB_TEXT("805896195"))[18] == 1; }),
+            1)
+      << "the caller's flag, on the one service";
+}
+
+TEST_F(MsgServiceAdminTest, AServiceThatFailsLeavesNothing) {
+  ASSERT_EQ(Add(UAB_TEXT("First")), S_OK);
+  const Services before = Stored();
+  const struct {
+    const WCHAR* name;
+    const WCHAR* text;
+    ServiceScript script;
+    HRESULT hr;
+  } cases[] = {
+      {UAB_TEXT("none"), nullptr, script, MAPI_E_NOT_FOUND},
+      {UAB_TEXT("first"), nullptr, script, MAPI_E_NOT_FOUND},
+      {UAB_TEXT("Lost"), nullptr, script, MAPI_E_NOT_FOUND},
+      {UAB_TEXT("Empty"), nullptr, script, MAPI_E_NOT_FOUND},  // a file that is no library
+      {UAB_TEXT("Broken"), nullptr, script, E_FAIL},
+      {UAB_TEXT("First"), nullptr, {[](const EntryCall&) -> HRESULT { return MAPI_E_USER_CANCEL; }, false},
+       MAPI_E_USER_CANCEL},
+      {UAB_TEXT("First"), nullptr, {script.behave, true}, E_FAIL},
+      {UAB_TEXT("First"), UAB_TEXT("text"),
+       {[](const EntryCall& call) -> HRESULT { return call.count == 0 ? S_OK : MAPI_E_BAD_VALUE; }, false},
+       MAPI_E_BAD_VALUE},
+  };
+  for (const auto& test : cases) {
+    script = test.script;
+    EXPECT_EQ(Add(test.name, test.text), test.hr) << TextOf(TextValue(PR_DISPLAY_NAME_W, test.name)).size();
+    EXPECT_EQ(Stored(), before);
+  }
+  EXPECT_EQ(Table(), List{UAB_TEXT("Mine")});
+}
+
+TEST_F(MsgServiceAdminTest, DeletesOneService) {
+  ASSERT_EQ(Add(UAB_TEXT("First")), S_OK);
+  ASSERT_EQ(Add(UAB_TEXT("Second")), S_OK);
+  MAPIUID unknown = {};
+  const Services before = Stored();
+  EXPECT_EQ(services_->DeleteMsgService(&unknown), MAPI_E_NOT_FOUND);
+  EXPECT_EQ(services_->DeleteMsgService(nullptr), E_INVALIDARG);
+  EXPECT_EQ(Stored(), before);
+  std::vector<MAPIUID> uids;
+  List names = Table(&uids);
+  ASSERT_EQ(names.size(), 2u);
+  EXPECT_EQ(services_->DeleteMsgService(&uids[0]), S_OK);
+  EXPECT_EQ(Table(), List{names[1]});
+  EXPECT_EQ(Stored(), (Services{*before.rbegin()}));
+}
+
+TEST_F(MsgServiceAdminTest, EachTableIsReadAnewWithTenColumns) {
+  ComPtr<IMAPITable> first, second;
+  ASSERT_EQ(services_->GetMsgServiceTable(MAPI_UNICODE, first.Put()), S_OK);
+  ASSERT_EQ(Add(UAB_TEXT("First")), S_OK);
+  Table();
+  ASSERT_EQ(services_->GetMsgServiceTable(MAPI_UNICODE, second.Put()), S_OK);
+  EXPECT_NE(first.Get(), second.Get());
+  ULONG count = 9;
+  EXPECT_EQ(first->GetRowCount(0, &count), S_OK);
+  EXPECT_EQ(count, 0u);
+  ChainPtr<SPropTagArray> columns;
+  EXPECT_EQ(second->QueryColumns(0, columns.Put()), S_OK);
+  ASSERT_EQ(columns->cValues, 10u);
+  EXPECT_EQ(columns->aulPropTag[0], PR_INSTANCE_KEY);
+  EXPECT_EQ(services_->GetMsgServiceTable(0, second.Put()), E_FAIL);
+  EXPECT_EQ(services_->GetMsgServiceTable(MAPI_UNICODE, nullptr), E_INVALIDARG);
+}
+
+TEST_F(MsgServiceAdminTest, ConfiguresByValuesOrThroughTheLibrary) {
+  ASSERT_EQ(Add(UAB_TEXT("First")), S_OK);
+  MAPIUID uid = OnlyUid(), unknown = {};
+  script.behave = [](const EntryCall& call) -> HRESULT {
+    contexts.push_back(call.context);
+    return call.section->SetProps(call.count, call.values, nullptr);
+  };
+  SPropValue value = TextValue(PR_DISPLAY_NAME_W, UAB_TEXT("new"));
+  IMAPIProp* section = nullptr;
+  auto configure = [&](MAPIUID* service, ULONG flags, ULONG count) {
+    return services_->ConfigureMsgService(service, 0, flags, count, &value, &section);
+  };
+  EXPECT_EQ(configure(nullptr, 0, 1), E_INVALIDARG);
+  EXPECT_EQ(configure(&uid, 0, 1), MAPI_E_BAD_CHARWIDTH);
+  EXPECT_EQ(services_->ConfigureMsgService(&uid, 0, MAPI_UNICODE, 1, &value, nullptr), E_INVALIDARG);
+  EXPECT_EQ(configure(&uid, MAPI_UNICODE, 0), E_INVALIDARG);
+  EXPECT_EQ(configure(&unknown, MAPI_UNICODE, 1), MAPI_E_NOT_FOUND);
+  EXPECT_EQ(configure(&uid, MAPI_UNICODE, 1), S_OK);
+  EXPECT_TRUE(contexts.empty());
+  EXPECT_EQ(section, nullptr);
+  EXPECT_EQ(Table(), List{UAB_TEXT("new")});
+
+  value.Value.lpszW = Mutable(UAB_TEXT("newer"));
+  EXPECT_EQ(configure(&uid, MAPI_UNICODE | SERVICE_UI_ALWAYS, 1), S_OK);
+  ComPtr<IMAPIProp> kept = ComPtr<IMAPIProp>::Attach(section);
+  ASSERT_TRUE(kept);
+  EXPECT_EQ(contexts, std::vector<ULONG>{MSG_SERVICE_CONFIGURE});
+  EXPECT_EQ(Table(), List{UAB_TEXT("new")});
+  EXPECT_EQ(kept->SaveChanges(0), S_OK);
+  EXPECT_EQ(Table(), List{UAB_TEXT("newer")});
+  script.throws = true;
+  EXPECT_EQ(configure(&uid, MAPI_UNICODE | SERVICE_UI_ALLOWED, 1), E_FAIL);
+  EXPECT_EQ(section, kept.Get());
+}
+
+TEST_F(MsgServiceAdminTest, SectionsAreSnapshotsThatAreWrittenBack) {
+  ASSERT_EQ(Add(UAB_TEXT("First")), S_OK);
+  MAPIUID uid = OnlyUid(), unknown = {};
+  ComPtr<IMAPIProp> section;
+  EXPECT_EQ(services_->OpenProfileSection(&unknown, nullptr, 0, section.Put()), MAPI_E_NOT_FOUND);
+  EXPECT_EQ(services_->OpenProfileSection(nullptr, nullptr, 0, section.Put()), E_INVALIDARG);
+  EXPECT_EQ(services_->OpenProfileSection(&uid, nullptr, 0, nullptr), E_INVALIDARG);
+  ASSERT_EQ(services_->OpenProfileSection(&uid, nullptr, 0, section.Put()), S_OK);
+  const Services before = Stored();
+  SPropValue value = TextValue(UAB_PR_FILE_NAME_W, UAB_TEXT("book"));
+  EXPECT_EQ(section->SetProps(1, &value, nullptr), S_OK);
+  TagArray<1> name = {1, {PR_DISPLAY_NAME_W}};
+  EXPECT_EQ(section->DeleteProps(name.address(), nullptr), S_OK);
+  EXPECT_EQ(Stored(), before);
+  EXPECT_EQ(section->SaveChanges(0), S_OK);
+  EXPECT_EQ(Stored().begin()->second.size(), before.begin()->second.size() + 1);
+  EXPECT_EQ(Table(), List{UAB_TEXT("Mine")}) << "what was deleted stays";
+
+  ComPtr<IMAPIProp> target;
+  ASSERT_EQ(services_->OpenProfileSection(&uid, nullptr, 0, target.Put()), S_OK);
+  EXPECT_EQ(target->DeleteProps(name.address(), nullptr), S_OK);
+  EXPECT_EQ(section->SetProps(1, &(value = TextValue(UAB_PR_FILE_NAME_W, UAB_TEXT("other"))), nullptr), S_OK);
+  TagArray<1> excluded = {1, {UAB_PR_FILE_NAME_W}};
+  auto copy_to = [&](const IID* iid, ULONG flags) {
+    return section->CopyTo(0, nullptr, excluded.address(), 0, nullptr, iid, target.Get(), flags, nullptr);
+  };
+  EXPECT_EQ(copy_to(nullptr, MAPI_UNICODE), E_INVALIDARG);
+  EXPECT_EQ(copy_to(&IID_IMAPIProp, 0), MAPI_E_BAD_CHARWIDTH);
+  EXPECT_EQ(copy_to(&IID_IMailUser, MAPI_UNICODE), E_NOINTERFACE);
+  EXPECT_EQ(copy_to(&IID_IProfSect, MAPI_UNICODE), S_OK);
+  auto text = [&](ULONG tag) {
+    TagArray<1> tags = {1, {tag}};
+    ULONG count;
+    ChainPtr<SPropValue> values;
+    EXPECT_GE(target->GetProps(tags.address(), MAPI_UNICODE, &count, values.Put()), 0);
+    return TextOf(*values.Get());
+  };
+  EXPECT_EQ(text(UAB_PR_FILE_NAME_W), UAB_TEXT("book"));
+  EXPECT_EQ(section->CopyProps(nullptr, 0, nullptr, &IID_IMAPIProp, target.Get(), MAPI_UNICODE, nullptr), E_INVALIDARG);
+  EXPECT_EQ(section->CopyProps(excluded.address(), 0, nullptr, &IID_IMAPIProp, target.Get(), MAPI_UNICODE, nullptr),
+            S_OK);
+  EXPECT_EQ(text(UAB_PR_FILE_NAME_W), UAB_TEXT("other"));
+
+  EXPECT_EQ(services_->DeleteMsgService(&uid), S_OK);
+  EXPECT_EQ(section->SaveChanges(0), MAPI_E_NOT_FOUND);
+  void* object = nullptr;
+  EXPECT_EQ(section->QueryInterface(IID_IProfSect, &object), S_OK);
+  EXPECT_EQ(object, section.Get());
+  section->Release();
+}
+
+TEST_F(MsgServiceAdminTest, AServiceMayCallBackAndRemoveItself) {
+  static IMsgServiceAdmin* admin;
+  admin = services_.Get();
+  script.behave = [](const EntryCall& call) -> HRESULT {
+    TagArray<1> tags = {1, {PR_SERVICE_UID}};
+    ULONG count = 0;
+    ChainPtr<SPropValue> values;
+    HRESULT hr = call.section->GetProps(tags.address(), MAPI_UNICODE, &count, values.Put());
+    if (Failed(hr)) return hr;
+    return admin->DeleteMsgService(reinterpret_cast<MAPIUID*>(values->Value.bin.lpb));
+  };
+  EXPECT_EQ(Add(UAB_TEXT("First")), S_OK);
+  EXPECT_TRUE(Stored().empty());
+}
+
+}  // namespace
+}  // namespace uab

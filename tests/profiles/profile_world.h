@@ -1,0 +1,145 @@
+// What a test of profiles works in: a hive, a folder that passes for the library's own with a definition file and a
+// service library in it, and the administration object.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "frame/allocation_chain.h"
+#include "frame/module.h"
+#include "platform/registry.h"
+#include "profiles/msg_service_admin.h"
+#include "profiles/prof_admin.h"
+#include "profiles/test_service.h"
+#include "support/hive.h"
+#include "support/module_place.h"
+#include "support/values.h"
+
+namespace uab {
+
+inline WCHAR kAppKey[] = UAB_TEXT("Tests");
+inline constexpr const WCHAR* kRoot = UAB_TEXT("Software\\Ostrel\\QUILLDOC\\Tests\\UAB Profiles");
+
+// Slots take strings that they never write to.
+inline WCHAR* Mutable(const WCHAR* text) { return const_cast<WCHAR*>(text); }
+
+using Bytes = std::vector<BYTE>;
+using Values = std::map<Text, Bytes>;
+using Services = std::map<Text, Values>;    // of a profile, by identifier
+using Profiles = std::map<Text, Services>;  // by name
+
+inline std::vector<Text> Names(HKEY key, LSTATUS (*enumerate)(HKEY, DWORD, WCHAR*, DWORD) noexcept) {
+  std::vector<Text> names;
+  WCHAR name[kKeyNameCapacity];
+  for (DWORD index = 0; enumerate(key, index, name, kKeyNameCapacity) == 0; ++index) names.emplace_back(name);
+  return names;
+}
+
+inline Bytes ReadBytes(HKEY key, const Text& name) {
+  DWORD size = 0;
+  if (RegQueryValueExW(key, name.c_str(), nullptr, nullptr, nullptr, &size) != 0) return {};
+  Bytes data(size);
+  RegQueryValueExW(key, name.c_str(), nullptr, nullptr, data.data(), &size);
+  return data;
+}
+
+inline Services ReadServices(HKEY profile) {
+  Services services;
+  for (const Text& uid : Names(profile, &EnumSubkey)) {
+    UniqueKey service;
+    EXPECT_EQ(OpenKey(profile, uid.c_str(), KEY_READ, &service), S_OK);
+    for (const Text& name : Names(service.Get(), &EnumValueName)) services[uid][name] = ReadBytes(service.Get(), name);
+  }
+  return services;
+}
+
+// Everything below the profile root.
+inline Profiles ReadProfiles() {
+  Profiles profiles;
+  UniqueKey root;
+  if (Failed(OpenKey(HKEY_CURRENT_USER, kRoot, KEY_READ, &root))) return profiles;
+  for (const Text& name : Names(root.Get(), &EnumSubkey)) {
+    UniqueKey profile;
+    EXPECT_EQ(OpenKey(root.Get(), name.c_str(), KEY_READ, &profile), S_OK);
+    profiles[name] = ReadServices(profile.Get());
+  }
+  return profiles;
+}
+
+inline Text RecordedDefault() {
+  UniqueKey root;
+  if (Failed(OpenKey(HKEY_CURRENT_USER, kRoot, KEY_READ, &root))) return {};
+  Bytes data = ReadBytes(root.Get(), UAB_TEXT("DefaultProfile"));
+  return data.empty() ? Text() : Text(reinterpret_cast<const WCHAR*>(data.data()));
+}
+
+inline void EmptyRoot() {
+  UniqueKey root;
+  if (Failed(OpenKey(HKEY_CURRENT_USER, kRoot, KEY_ALL_ACCESS, &root))) return;
+  WCHAR name[kKeyNameCapacity];
+  EXPECT_EQ(DeleteKeyTree(root.Get(), name), S_OK);
+  RegDeleteValueW(root.Get(), UAB_TEXT("DefaultProfile"));
+}
+
+inline std::vector<SPropValue*> RowsOf(const SRowSet& rows) {
+  std::vector<SPropValue*> values;
+  for (ULONG i = 0; i < rows.cRows; ++i) values.push_back(rows.aRow[i].lpProps);
+  return values;
+}
+
+// What the service library does in this process. HostValue() is fixed at its first use.
+inline ServiceScript script = {};
+
+class ProfileWorld : public testing::Test {
+ protected:
+  ProfileWorld() {
+    OfferHostValue(reinterpret_cast<ULONG_PTR>(&script));
+    script = {[](const EntryCall&) -> HRESULT { return S_OK; }, false};
+    WCHAR program[260];
+    GetModuleFileNameW(nullptr, program, 260);
+    std::filesystem::copy_file(std::filesystem::path(program).parent_path() / KELUAB_TEST_SERVICE,
+                               hive_.Folder() / KELUAB_TEST_SERVICE);
+    hive_.WriteFile("KELUAB.ini",
+                    "[Default Services]\nFirst = First one\nSecond = Second one\n"
+                    "[Services]\nFirst = First one\nSecond = Second one\nBroken = Broken one\nLost = Lost one\n"
+                    "Empty = Empty one\n"
+                    "[First]\nPR_SERVICE_DLL_NAME = " KELUAB_TEST_SERVICE "\nPR_SERVICE_ENTRY_NAME = TestEntry\n"
+                    "[Second]\nPR_DISPLAY_NAME = Number two\nPR_SERVICE_DLL_NAME = " KELUAB_TEST_SERVICE "\n"
+                    "PR_SERVICE_ENTRY_NAME = TestEntry\nPR_RESOURCE_FLAGS = SERVICE_SINGLE_COPY\n"
+                    "[Broken]\nPR_SERVICE_DLL_NAME = " KELUAB_TEST_SERVICE "\nPR_SERVICE_ENTRY_NAME = NoEntry\n"
+                    "[Lost]\nPR_SERVICE_DLL_NAME = missing.lib\nPR_SERVICE_ENTRY_NAME = TestEntry\n"
+                    "[Empty]\nPR_SERVICE_DLL_NAME = KELUAB.ini\nPR_SERVICE_ENTRY_NAME = TestEntry\n");
+    EXPECT_EQ(UABAdminProfiles(kAppKey, nullptr, MAPI_UNICODE, admin_.Put(), 0), S_OK);
+  }
+
+  HRESULT Create(const WCHAR* name, ULONG flags = 0) { return admin_->CreateProfile(Mutable(name), 0, MAPI_UNICODE | flags); }
+
+  ComPtr<IMsgServiceAdmin> Admin(const WCHAR* name) {
+    ComPtr<IMsgServiceAdmin> admin;
+    EXPECT_EQ(admin_->AdminServices(Mutable(name), MAPI_UNICODE, admin.Put()), S_OK);
+    return admin;
+  }
+
+  // The profiles of the table in its order, the default one with a star.
+  std::vector<Text> Table() {
+    ComPtr<IMAPITable> table;
+    EXPECT_EQ(admin_->GetProfileTable(MAPI_UNICODE, table.Put()), S_OK);
+    RowSetPtr rows;
+    EXPECT_EQ(table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr), S_OK);
+    EXPECT_EQ(table->QueryRows(1000, 0, rows.Put()), S_OK);
+    std::vector<Text> names;
+    for (SPropValue* row : RowsOf(*rows.Get())) {
+      names.push_back(TextOf(row[0]) + (row[1].Value.b != 0 ? UAB_TEXT("*") : UAB_TEXT("")));
+    }
+    return names;
+  }
+
+  TestHive hive_;
+  ModulePlace place_{hive_.Folder()};
+  ComPtr<IProfAdmin> admin_;
+};
+
+}  // namespace uab
