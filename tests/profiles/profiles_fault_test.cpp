@@ -105,7 +105,8 @@ TEST_F(ProfilesFault, OutOfMemoryIsAllOrNothing) {
 TEST_F(ProfilesFault, AFailedCallIsAllOrNothing) {
   for (const Case& test : kCases) {
     for (std::uint32_t request = 1;; ++request) {
-      SCOPED_TRACE(test.name + std::string(", system call ") + std::to_string(request));
+      SCOPED_TRACE(test.name);
+      SCOPED_TRACE(request);
       Setting setting;
       Countdown countdown(request);
       HRESULT hr;
