@@ -27,7 +27,7 @@ class Book {
   const std::filesystem::path& path() const noexcept { return path_; }
   bool there() const noexcept { return !(StampOf(path_) == FileStamp{}); }
 
-  CardStore& cards();                                // reads the file at the first call; no file: no cards
+  CardStore& cards();  // reads the file at the first call; no file: no cards
   std::shared_ptr<CardStore> shared_cards() { return cards(), cards_; }  // for tables, which outlive changes
 
   // Takes in what another program has written. True: all card numbers are void. An unreadable file leaves things as
@@ -50,7 +50,9 @@ class Book {
 
   // Open objects through which the file may change; when the last one goes, the changes are written.
   void AddWriter() noexcept { ++writers_; }
-  void RemoveWriter() noexcept { if (--writers_ == 0) Save(true); }
+  void RemoveWriter() noexcept {
+    if (--writers_ == 0) Save(true);
+  }
 
  private:
   struct Original {

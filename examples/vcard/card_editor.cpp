@@ -26,10 +26,10 @@ std::string Escape(std::string_view text) {
 }
 
 // Version 2.1 has no escapes and no character set of its own but the printable ones.
-std::string QuotedPrintable(std::string_view text, CardStyle style) {
+// column is where the value begins in its line.
+std::string QuotedPrintable(std::string_view text, CardStyle style, std::size_t column) {
   constexpr char kDigits[] = "0123456789ABCDEF";
   std::string out;
-  std::size_t column = 0;
   for (char c : text) {
     const unsigned char byte = static_cast<unsigned char>(c);
     if (column > kLineOctets - 10) {
@@ -63,8 +63,8 @@ std::string Fold(std::string_view line, CardStyle style) {
 std::string MakeLine(std::string_view head, std::string_view value, CardStyle style, bool escaped = false) {
   const bool plain = std::all_of(value.begin(), value.end(), [](char c) { return c >= 32 && c < 127; });
   if (style.version == 21 && !plain) {
-    return std::string(head) + ";CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:" + QuotedPrintable(value, style) +
-           std::string(Ending(style));
+    const std::string start = std::string(head) + ";CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:";
+    return start + QuotedPrintable(value, style, start.size()) + std::string(Ending(style));
   }
   const std::string text = escaped || style.version == 21 ? std::string(value) : Escape(value);
   return Fold(std::string(head) + ":" + text, style);
@@ -156,7 +156,9 @@ void SetFax(std::string& card, std::string_view number) {
   if (old.number == number) return;
   const CardStyle style = StyleOf(card);
   if (old.size == 0) {
-    const std::string_view head = style.version == 21 ? "TEL;FAX" : style.version == 40 ? "TEL;TYPE=fax" : "TEL;TYPE=FAX";
+    const std::string_view head = style.version == 21   ? "TEL;FAX"
+                                  : style.version == 40 ? "TEL;TYPE=fax"
+                                                        : "TEL;TYPE=FAX";
     card.insert(EndLine(card), MakeLine(head, number, style));
     return;
   }
@@ -186,8 +188,7 @@ void RemoveMembers(std::string& card, const std::function<bool(const MemberAddre
   LineReader reader(card);
   for (CardLine line; reader.Next(line);) {
     MemberAddress member;
-    const bool drop =
-        IsMemberLine(line.name) && ReadMember(Unescape(DecodeValue(line)), member) && goes(member);
+    const bool drop = IsMemberLine(line.name) && ReadMember(Unescape(DecodeValue(line)), member) && goes(member);
     if (!drop) kept.append(line.raw);
   }
   card = std::move(kept);

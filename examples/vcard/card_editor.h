@@ -16,9 +16,10 @@ std::string NewCard(bool group, std::string_view uid, CardStyle style);
 // The name to show, and with it the parts of a name: its last word becomes the family name. A name that the card shows
 // already changes nothing.
 void SetName(std::string& card, std::string_view name);
-void SetFax(std::string& card, std::string_view number);  // the number that FindFax finds, or a new line; empty: removes it
+void SetFax(std::string& card,
+            std::string_view number);  // the number that FindFax finds, or a new line; empty: removes it
 void SetNote(std::string& card, std::string_view note);
-void SetUid(std::string& card, std::string_view uid);     // replaces the UID, or adds one
+void SetUid(std::string& card, std::string_view uid);  // replaces the UID, or adds one
 
 // Adds a member by its UID at the end. Time grows with the tail behind the last line only.
 void AddMember(std::string& card, CardStyle style, std::string_view uid);

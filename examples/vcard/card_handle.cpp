@@ -116,9 +116,12 @@ HRESULT CardHandle::Set(ULONG count, const SPropValue* values, SPropProblemArray
     const ULONG tag = values[i].ulPropTag;
     if (tag == PR_NULL) continue;
     HRESULT hr = S_OK;
-    if (PropType(tag) == PT_OBJECT) hr = E_ACCESSDENIED;
-    else if (IsComputed(tag)) hr = MAPI_E_COMPUTED;
-    else if (!IsWritable(tag) || (tag == PR_EMAIL_ADDRESS_W && other_type)) hr = MAPI_E_NO_SUPPORT;
+    if (PropType(tag) == PT_OBJECT)
+      hr = E_ACCESSDENIED;
+    else if (IsComputed(tag))
+      hr = MAPI_E_COMPUTED;
+    else if (!IsWritable(tag) || (tag == PR_EMAIL_ADDRESS_W && other_type))
+      hr = MAPI_E_NO_SUPPORT;
     Property property = FromValue(values[i]);
     if (Succeeded(hr) && !ApplyProperty(trial, property)) hr = MAPI_E_BAD_VALUE;
     if (Failed(hr)) {

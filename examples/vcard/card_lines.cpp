@@ -81,13 +81,13 @@ bool LineReader::Next(CardLine& line) {
   if (pos_ >= text_.size()) return false;
   const std::size_t start = pos_;
   std::string_view content = WithoutLineEnd(TakePhysicalLine());
-  const bool quoted_printable = content.ends_with('=') && ContainsNoCase(content.substr(0, FindColon(content)),
-                                                                         "QUOTED-PRINTABLE");
+  const bool quoted_printable =
+      content.ends_with('=') && ContainsNoCase(content.substr(0, FindColon(content)), "QUOTED-PRINTABLE");
   bool folded = false;
   while (pos_ < text_.size()) {
     const std::string_view rest = text_.substr(pos_);
-    const bool soft_break = quoted_printable && (folded ? unfolded_.ends_with('=') : true) &&
-                            !IsFrame(rest.substr(0, rest.find('\n')));
+    const bool soft_break =
+        quoted_printable && (folded ? unfolded_.ends_with('=') : true) && !IsFrame(rest.substr(0, rest.find('\n')));
     if (!soft_break && rest.front() != ' ' && rest.front() != '\t') break;
     if (!folded) unfolded_.assign(content);
     folded = true;

@@ -24,13 +24,23 @@ Properties CardProperties(std::string_view text, std::string entry_id, bool grou
 
 bool ApplyProperty(std::string& text, const Property& property) {
   switch (property.tag) {
-    case PR_NULL: return true;
-    case PR_DISPLAY_NAME_W: SetName(text, ToUtf8(property.text)); return true;
-    case PR_EMAIL_ADDRESS_W: SetFax(text, ToUtf8(property.text)); return true;
-    case PR_COMMENT_W: SetNote(text, ToUtf8(property.text)); return true;
-    case PR_VCARD_TEXT_W: return AdoptText(text, ToUtf8(property.text, true));
-    case PR_ADDRTYPE_W: return EqualNoCase(ToUtf8(property.text), "FAX");
-    default: return false;
+    case PR_NULL:
+      return true;
+    case PR_DISPLAY_NAME_W:
+      SetName(text, ToUtf8(property.text));
+      return true;
+    case PR_EMAIL_ADDRESS_W:
+      SetFax(text, ToUtf8(property.text));
+      return true;
+    case PR_COMMENT_W:
+      SetNote(text, ToUtf8(property.text));
+      return true;
+    case PR_VCARD_TEXT_W:
+      return AdoptText(text, ToUtf8(property.text, true));
+    case PR_ADDRTYPE_W:
+      return EqualNoCase(ToUtf8(property.text), "FAX");
+    default:
+      return false;
   }
 }
 

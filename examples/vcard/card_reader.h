@@ -16,7 +16,7 @@ namespace uab::vcard {
 std::size_t ForEachCard(std::string_view file, const std::function<void(std::size_t, std::size_t)>& found);
 
 enum class NewLine { kCrLf, kLf };
-struct CardStyle {  // how a card is written, so that what is added to it looks alike
+struct CardStyle {   // how a card is written, so that what is added to it looks alike
   int version = 30;  // 21, 30 or 40
   NewLine new_line = NewLine::kCrLf;
 };

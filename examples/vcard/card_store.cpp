@@ -8,18 +8,20 @@ std::shared_ptr<CardStore> CardStore::Parse(std::string text) {
   auto store = std::make_shared<CardStore>();
   store->file_ = std::move(text);
   const std::string_view file = store->file_;
-  store->skipped_ = ForEachCard(file, [&](std::size_t offset, std::size_t size) {
-    const std::string_view card = file.substr(offset, size);
-    const CardIdentity identity = Identify(card);
-    if (!identity.named) {
-      ++store->skipped_;
-      return;
-    }
-    Card entry;
-    entry.offset = static_cast<std::uint32_t>(offset);
-    entry.size = static_cast<std::uint32_t>(size);
-    store->Append(entry, identity, card);
-  }) + store->skipped_;
+  store->skipped_ = ForEachCard(file,
+                                [&](std::size_t offset, std::size_t size) {
+                                  const std::string_view card = file.substr(offset, size);
+                                  const CardIdentity identity = Identify(card);
+                                  if (!identity.named) {
+                                    ++store->skipped_;
+                                    return;
+                                  }
+                                  Card entry;
+                                  entry.offset = static_cast<std::uint32_t>(offset);
+                                  entry.size = static_cast<std::uint32_t>(size);
+                                  store->Append(entry, identity, card);
+                                }) +
+                    store->skipped_;
   store->cards_.shrink_to_fit();
   return store;
 }

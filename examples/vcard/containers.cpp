@@ -7,7 +7,8 @@ namespace {
 
 class Root final : public ContainerObject<IABContainer, IID_IMAPIProp, IID_IMAPIContainer, IID_IABContainer> {
  public:
-  explicit Root(std::shared_ptr<Folder> folder) : ContainerObject(std::move(folder), IID_IABContainer, ContainerObjects()) {}
+  explicit Root(std::shared_ptr<Folder> folder)
+      : ContainerObject(std::move(folder), IID_IABContainer, ContainerObjects()) {}
 
  protected:
   HRESULT Collect(const SPropTagArray*, Properties& properties) override {

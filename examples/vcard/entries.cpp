@@ -20,9 +20,12 @@ class CardObject : public Base {
   }
 
  protected:
-  CardObject(std::shared_ptr<Folder> folder, const IID& iid, std::vector<ULONG> objects, std::unique_ptr<CardHandle> card)
+  CardObject(std::shared_ptr<Folder> folder, const IID& iid, std::vector<ULONG> objects,
+             std::unique_ptr<CardHandle> card)
       : Base(std::move(folder), iid, std::move(objects)), card_(std::move(card)) {}
-  HRESULT Collect(const SPropTagArray* tags, Properties& properties) override { return card_->Collect(tags, properties); }
+  HRESULT Collect(const SPropTagArray* tags, Properties& properties) override {
+    return card_->Collect(tags, properties);
+  }
 
   std::unique_ptr<CardHandle> card_;
 };
@@ -33,8 +36,7 @@ class User final : public CardObject<FolderObject<IMailUser, IID_IMAPIProp, IID_
       : CardObject(std::move(folder), IID_IMailUser, {}, std::move(card)) {}
 };
 
-class List final
-    : public CardObject<ContainerObject<IDistList, IID_IMAPIProp, IID_IMAPIContainer, IID_IDistList>> {
+class List final : public CardObject<ContainerObject<IDistList, IID_IMAPIProp, IID_IMAPIContainer, IID_IDistList>> {
  public:
   List(std::shared_ptr<Folder> folder, std::unique_ptr<CardHandle> card)
       : CardObject(std::move(folder), IID_IDistList, {PR_CONTAINER_CONTENTS, PR_CREATE_TEMPLATES}, std::move(card)) {}
@@ -100,8 +102,8 @@ IMailUser* MakeUser(std::shared_ptr<Folder> folder, std::unique_ptr<CardHandle> 
   return new User(std::move(folder), std::move(card));
 }
 
-HRESULT CreateEntryObject(const std::shared_ptr<Folder>& folder, BookNumber book, std::optional<CardRef> list, ULONG size,
-                          const void* entry_template, IMAPIProp** object) {
+HRESULT CreateEntryObject(const std::shared_ptr<Folder>& folder, BookNumber book, std::optional<CardRef> list,
+                          ULONG size, const void* entry_template, IMAPIProp** object) {
   EntryName name;
   if (!folder->Read(size, entry_template, name)) return MAPI_E_INVALID_ENTRYID;
   if (name.kind != EntryKind::kUserTemplate && name.kind != EntryKind::kListTemplate) return MAPI_E_INVALID_ENTRYID;

@@ -21,7 +21,8 @@ FileStamp StampOf(const std::filesystem::path& path) noexcept;
 std::optional<std::string> ReadWholeFile(const std::filesystem::path& path);
 
 // Gives a file new content, or makes it. Whoever reads it, also after a crash at any instant, finds the old or the new
-// content whole: the new one is written beside it, flushed to the disk, and takes its name. False: the old one is there.
+// content whole: the new one is written beside it, flushed to the disk, and takes its name. False: the old one is
+// there.
 bool ReplaceFileContent(const std::filesystem::path& path, std::string_view content);
 
 }  // namespace uab::vcard

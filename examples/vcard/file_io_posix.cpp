@@ -29,7 +29,8 @@ void FlushFolder(const std::filesystem::path& folder) noexcept {
 FileStamp StampOf(const std::filesystem::path& path) noexcept {
   struct stat info;
   if (::stat(path.c_str(), &info) != 0) return {};
-  return {static_cast<std::uint64_t>(info.st_size), info.st_mtim.tv_sec * std::int64_t{1000000000} + info.st_mtim.tv_nsec};
+  return {static_cast<std::uint64_t>(info.st_size),
+          info.st_mtim.tv_sec * std::int64_t{1000000000} + info.st_mtim.tv_nsec};
 }
 
 bool ReplaceFileContent(const std::filesystem::path& path, std::string_view content) {

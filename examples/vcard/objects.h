@@ -13,8 +13,8 @@ HRESULT OpenEntryObject(const std::shared_ptr<Folder>& folder, ULONG size, const
                         ULONG flags, ULONG* object_type, IUnknown** object) noexcept;
 
 // A new entry from a template's identifier, in a file and, if given, in a list of it. Inside Folder::Run.
-HRESULT CreateEntryObject(const std::shared_ptr<Folder>& folder, BookNumber book, std::optional<CardRef> list, ULONG size,
-                          const void* entry_template, IMAPIProp** object);
+HRESULT CreateEntryObject(const std::shared_ptr<Folder>& folder, BookNumber book, std::optional<CardRef> list,
+                          ULONG size, const void* entry_template, IMAPIProp** object);
 
 IABContainer* MakeRoot(std::shared_ptr<Folder> folder);
 IABContainer* MakeBook(std::shared_ptr<Folder> folder, BookNumber book);

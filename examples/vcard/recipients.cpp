@@ -66,12 +66,16 @@ class Block {
 
 std::size_t ElementSize(ULONG type) noexcept {
   switch (type) {
-    case PT_MV_I2: return 2;
+    case PT_MV_I2:
+      return 2;
     case PT_MV_LONG:
-    case PT_MV_R4: return 4;
+    case PT_MV_R4:
+      return 4;
     case PT_MV_CLSID:
-    case PT_MV_BINARY: return 16;
-    default: return 8;
+    case PT_MV_BINARY:
+      return 16;
+    default:
+      return 8;
   }
 }
 

@@ -45,12 +45,15 @@ HRESULT ServiceEntry(ULONG_PTR ui, ULONG flags, ULONG context, ULONG count, cons
                      IMAPIProp* section, const Memory& memory) {
   ServiceSettings settings = ReadSettings(section, memory);
   switch (context) {
-    case MSG_SERVICE_CREATE: return WriteSettings(section, settings);
+    case MSG_SERVICE_CREATE:
+      return WriteSettings(section, settings);
     case MSG_SERVICE_CREATE_TEXT:
       if (count != 1 || values == nullptr) return E_INVALIDARG;
       return UseFolder(section, std::move(settings), PathFromWide(values[0].Value.lpszW));
-    case MSG_SERVICE_CONFIGURE: return Configure(section, std::move(settings), ui, flags, count, values);
-    default: return MAPI_E_NO_SUPPORT;
+    case MSG_SERVICE_CONFIGURE:
+      return Configure(section, std::move(settings), ui, flags, count, values);
+    default:
+      return MAPI_E_NO_SUPPORT;
   }
 }
 
@@ -59,8 +62,7 @@ HRESULT ServiceEntry(ULONG_PTR ui, ULONG flags, ULONG context, ULONG count, cons
 
 extern "C" uab::HRESULT UAB_CALL VCardServiceEntry(uab::HINSTANCE, uab::ULONG_PTR ui, uab::ULONG flags,
                                                    uab::ULONG context, uab::ULONG count, uab::SPropValue* values,
-                                                   uab::IMAPIProp* section, uab::IUABSupport* support,
-                                                   uab::ULONG_PTR) {
+                                                   uab::IMAPIProp* section, uab::IUABSupport* support, uab::ULONG_PTR) {
   using namespace uab;
   using namespace uab::vcard;
   if (section == nullptr || support == nullptr) return E_INVALIDARG;

@@ -97,9 +97,7 @@ RowSetBuilder::~RowSetBuilder() {
   memory_.free(rows_);
 }
 
-void RowSetBuilder::Add(SPropValue* values, ULONG count) noexcept {
-  rows_->aRow[rows_->cRows++] = {0, count, values};
-}
+void RowSetBuilder::Add(SPropValue* values, ULONG count) noexcept { rows_->aRow[rows_->cRows++] = {0, count, values}; }
 
 std::string IdentifierBytes(const void* bytes, std::size_t size) {
   return bytes == nullptr ? std::string() : std::string(static_cast<const char*>(bytes), size);

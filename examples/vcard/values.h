@@ -12,10 +12,10 @@
 namespace uab::vcard {
 
 // Properties of the provider's own.
-inline constexpr ULONG PR_VCARD_FOLDER_W = 0x6601001F;    // service: the folder with the address files
-inline constexpr ULONG PR_VCARD_UID = 0x66020102;         // service: the MAPIUID of its entries, for as long as it lives
-inline constexpr ULONG PR_VCARD_TEXT_W = 0x6603001F;      // card: all of it; what copies of it lose nothing by
-inline constexpr ULONG PR_VCARD_SKIPPED = 0x66040003;     // container: how many cards could not be read
+inline constexpr ULONG PR_VCARD_FOLDER_W = 0x6601001F;  // service: the folder with the address files
+inline constexpr ULONG PR_VCARD_UID = 0x66020102;       // service: the MAPIUID of its entries, for as long as it lives
+inline constexpr ULONG PR_VCARD_TEXT_W = 0x6603001F;    // card: all of it; what copies of it lose nothing by
+inline constexpr ULONG PR_VCARD_SKIPPED = 0x66040003;   // container: how many cards could not be read
 
 // The allocation routines that the provider was opened with.
 struct Memory {
@@ -25,7 +25,9 @@ struct Memory {
 
   void* Allocate(std::size_t size) const;  // a head block; throws std::bad_alloc
   template <typename T>
-  T* AllocateAs(std::size_t size) const { return static_cast<T*>(Allocate(size)); }
+  T* AllocateAs(std::size_t size) const {
+    return static_cast<T*>(Allocate(size));
+  }
 };
 
 struct Property {

@@ -1,0 +1,114 @@
+#include "card_store.h"
+
+#include <gtest/gtest.h>
+
+#include "book.h"
+#include "card_editor.h"
+#include "support/hive.h"
+
+namespace uab::vcard {
+namespace {
+
+constexpr char kFile[] =
+    "\xEF\xBB\xBF; a comment\n"
+    "BEGIN:VCARD\nFN:One\nUID:1\nEND:VCARD\n"
+    "BEGIN:VCARD\nFN:broken\n"
+    "BEGIN:VCARD\nNOTE:no name\nEND:VCARD\n\n"
+    "BEGIN:VCARD\nFN:Two\nEND:VCARD\n"
+    "BEGIN:VCARD\nFN:Two\nEND:VCARD\n"
+    "BEGIN:VCARD\nFN:One again\nUID:1\nEND:VCARD\n"
+    "tail";
+
+std::string ReadBack(const Book& book) { return ReadWholeFile(book.path()).value_or("<none>"); }
+void Write(const Book& book, std::string_view content) { ASSERT_TRUE(ReplaceFileContent(book.path(), content)); }
+std::string Renamed(std::string_view text, std::string_view name) {
+  std::string card(text);
+  SetName(card, name);
+  return card;
+}
+
+TEST(CardStore, TellsCardsApartAndKeepsTheirKeysWhenTheyChange) {
+  const auto store = CardStore::Parse(kFile);
+  ASSERT_EQ(store->size(), 4u);
+  EXPECT_EQ(store->skipped(), 2u);
+  std::vector<CardKey> keys;
+  for (CardNumber card = 0; card < 4; ++card) {
+    keys.push_back(store->key(card));
+    store->Replace(card, Renamed(store->text(card), "new"));
+  }
+  const std::string changed = store->Serialize();
+  EXPECT_TRUE(changed.starts_with("\xEF\xBB\xBF; a comment\n")) << changed;
+  EXPECT_NE(changed.find("BEGIN:VCARD\nFN:broken\nBEGIN:VCARD\nNOTE:no name\nEND:VCARD\n\nBEGIN"), std::string::npos);
+  EXPECT_TRUE(changed.ends_with("END:VCARD\ntail")) << changed;
+  const auto again = CardStore::Parse(changed);
+  ASSERT_EQ(again->size(), 4u);
+  for (CardNumber card = 0; card < 4; ++card) {
+    EXPECT_EQ(again->Find(keys[card]), card) << changed;
+    for (CardNumber other = 0; other < card; ++other) EXPECT_FALSE(keys[card] == keys[other]);
+  }
+}
+
+TEST(CardStore, DeletesAndAddsBehindTheLastByte) {
+  const auto store = CardStore::Parse("BEGIN:VCARD\nFN:One\nEND:VCARD\ntail");
+  const CardKey one = store->key(0);
+  store->Delete(0);
+  EXPECT_FALSE(store->Find(one));
+  store->Add("BEGIN:VCARD\nFN:Two\nEND:VCARD\n");
+  EXPECT_EQ(store->Serialize(), "tail\r\nBEGIN:VCARD\nFN:Two\nEND:VCARD\n");
+}
+
+TEST(CardStore, ManyCardsWithOneIdentityTakeLinearTime) {
+  std::string file;
+  for (int i = 0; i < 20000; ++i) file += "BEGIN:VCARD\nFN:A\nUID:same\nEND:VCARD\nBEGIN:VCARD\nFN:B\nEND:VCARD\n";
+  const auto store = CardStore::Parse(file);  // quadratic, it would not end in the time that a test has
+  ASSERT_EQ(store->size(), 40000u);
+  for (CardNumber card : {0u, 1u, 39998u, 39999u}) EXPECT_EQ(store->Find(store->key(card)), card);
+}
+
+TEST(Book, KeepsWhatAnotherProgramHasWritten) {
+  const TestHive hive;
+  Book book(hive.Folder() / "a.vcf");
+  const auto card = [](std::string uid, std::string name) {
+    return "BEGIN:VCARD\nFN:" + name + "\nUID:" + uid + "\nEND:VCARD\n";
+  };
+  Write(book, card("1", "One") + card("2", "Two") + card("3", "Three") + card("4", "Four"));
+  ASSERT_EQ(book.cards().size(), 4u);
+  // Ours: 1 changed, 2 changed, 3 deleted, 4 deleted, 5 new. Theirs: 2 changed, 4 changed, 6 new, and a comment.
+  book.Replace(0, card("1", "Ours"));
+  book.Replace(1, card("2", "Ours"));
+  book.Delete(2);
+  book.Delete(3);
+  book.Add(card("5", "Five"));
+  Write(book, "comment\n" + card("1", "One") + card("2", "Theirs") + card("3", "Three") + card("4", "Theirs") +
+                  card("6", "Six"));
+  ASSERT_EQ(book.Save(true), S_OK);
+  const std::string merged = ReadBack(book);
+  EXPECT_TRUE(merged.starts_with("comment\n" + card("1", "Ours") + card("2", "Theirs") + card("4", "Theirs") +
+                                 card("6", "Six")))
+      << merged;
+  EXPECT_NE(merged.find(card("5", "Five")), std::string::npos) << merged;
+  EXPECT_NE(merged.rfind("FN:Ours"), merged.find("FN:Ours")) << "our second change must stay as a card of its own";
+  EXPECT_EQ(merged.find("Three"), std::string::npos);
+  EXPECT_EQ(CardStore::Parse(merged)->size(), 6u);
+  ASSERT_EQ(book.Save(true), S_OK);
+  EXPECT_EQ(ReadBack(book), merged) << "saved once";
+}
+
+TEST(Book, NeverReplacesAFileThatItCannotRead) {
+  const TestHive hive;
+  Book book(hive.Folder() / "a.vcf");
+  const std::string wide(
+      "\xFF\xFE"
+      "B\0",
+      4);
+  Write(book, wide);
+  book.Add("BEGIN:VCARD\nFN:A\nEND:VCARD\n");
+  EXPECT_EQ(book.Save(true), E_ACCESSDENIED);
+  EXPECT_EQ(ReadBack(book), wide);
+  std::filesystem::remove(book.path());  // gone: nothing is lost any more
+  EXPECT_EQ(book.Save(true), S_OK);
+  EXPECT_EQ(ReadBack(book), "BEGIN:VCARD\nFN:A\nEND:VCARD\n");
+}
+
+}  // namespace
+}  // namespace uab::vcard
