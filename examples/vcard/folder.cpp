@@ -27,7 +27,7 @@ std::filesystem::path PathFromWide(const WCHAR* text) {
 WideString PathToWide(const std::filesystem::path& path) { return ToWide(Utf8Of(path)); }
 
 Folder::Folder(FolderSettings settings) : settings_(std::move(settings)) {
-  books_.push_back(std::make_unique<Book>(settings_.folder / PathFromUtf8(settings_.default_file)));
+  AddBook(settings_.folder / PathFromUtf8(settings_.default_file));
   Rescan();
 }
 
@@ -49,17 +49,19 @@ void Folder::Rescan() {
     if (EqualNoCase(Utf8Of(at->path().extension()), ".vcf") && at->is_regular_file(error)) found.push_back(at->path());
   }
   std::sort(found.begin(), found.end());
-  for (std::filesystem::path& path : found) {
-    auto book = std::make_unique<Book>(std::move(path));
-    if (!FindBook(book->id())) books_.push_back(std::move(book));
-  }
+  for (std::filesystem::path& path : found) AddBook(std::move(path));
+}
+
+void Folder::AddBook(std::filesystem::path path) {
+  auto book = std::make_unique<Book>(std::move(path));
+  if (FindBook(book->id())) return;
+  books_.push_back(std::move(book));
+  numbers_.emplace(books_.back()->id(), book_count() - 1);
 }
 
 std::optional<BookNumber> Folder::FindBook(std::uint64_t id) const noexcept {
-  for (BookNumber number = 0; number < books_.size(); ++number) {
-    if (books_[number]->id() == id) return number;
-  }
-  return std::nullopt;
+  const auto found = numbers_.find(id);
+  return found == numbers_.end() ? std::nullopt : std::optional(found->second);
 }
 
 HRESULT Folder::SaveAll() {
@@ -164,10 +166,11 @@ HRESULT Folder::Advise(std::string entry, ULONG mask, IMAPIAdviseSink* sink, ULO
   return S_OK;
 }
 
-HRESULT Folder::Unadvise(ULONG connection) {
+HRESULT Folder::Unadvise(ULONG connection, Ref<IMAPIAdviseSink>& sink) {
   const auto found = std::find_if(watches_.begin(), watches_.end(),
                                   [&](const Watch& watch) { return watch.connection == connection; });
   if (found == watches_.end()) return MAPI_E_NOT_FOUND;
+  sink = std::move(found->sink);
   watches_.erase(found);
   return S_OK;
 }

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "book.h"
@@ -89,7 +90,7 @@ class Folder : public std::enable_shared_from_this<Folder> {
   bool AddMember(CardRef group, CardRef member, bool even_if_there);
 
   HRESULT Advise(std::string entry, ULONG mask, IMAPIAdviseSink* sink, ULONG* connection);
-  HRESULT Unadvise(ULONG connection);
+  HRESULT Unadvise(ULONG connection, Ref<IMAPIAdviseSink>& sink);  // hands the sink over, to be let go outside Run
 
  private:
   struct Watch {
@@ -104,6 +105,7 @@ class Folder : public std::enable_shared_from_this<Folder> {
     std::string entry;
     std::string parent;
   };
+  void AddBook(std::filesystem::path path);
   void Report(ULONG type, CardRef ref);
   void Deliver(const std::vector<Event>& events) noexcept;
   std::optional<CardRef> FindMember(const MemberList::Member& member, BookNumber home);
@@ -112,6 +114,7 @@ class Folder : public std::enable_shared_from_this<Folder> {
   std::recursive_mutex mutex_;  // an object whose making fails closes inside Run
   int depth_ = 0;
   std::vector<std::unique_ptr<Book>> books_;
+  std::unordered_map<std::uint64_t, BookNumber> numbers_;  // by the files' identifiers
   std::vector<Watch> watches_;
   std::vector<Event> events_;
   ULONG next_connection_ = 1;

@@ -40,7 +40,8 @@ class Provider final : public FolderObject<IAddrBook, IID_IMAPIProp, IID_IAddrBo
     });
   }
   HRESULT UAB_CALL Unadvise(ULONG connection) noexcept override {
-    return folder_->Run([&] { return folder_->Unadvise(connection); });
+    Ref<IMAPIAdviseSink> sink;
+    return folder_->Run([&] { return folder_->Unadvise(connection, sink); });
   }
 
   // Makes a card at once, without asking: the caller opens it with MAPI_MODIFY and gives it a name and a number.
