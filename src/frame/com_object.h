@@ -18,7 +18,7 @@ class ComObject : public Interface, NonCopyable {
   HRESULT UAB_CALL QueryInterface(const IID& iid, void** object) noexcept override {
     if (object == nullptr) return E_INVALIDARG;
     *object = nullptr;
-    if (!(iid == IID_IUnknown || ... || (iid == *kIids))) return E_NOINTERFACE;
+    if (!((iid == IID_IUnknown) || ... || (iid == *kIids))) return E_NOINTERFACE;
     ComObject::AddRef();
     *object = static_cast<Interface*>(this);
     return S_OK;
