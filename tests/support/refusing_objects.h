@@ -71,7 +71,8 @@ struct RefusingProp : Refusing<Interface> {
   HRESULT UAB_CALL GetIDsFromNames(ULONG, MAPINAMEID**, ULONG, SPropTagArray**) override { return MAPI_E_NO_SUPPORT; }
 };
 
-struct RefusingContainer : RefusingProp<IMAPIContainer> {
+template <typename Interface>
+struct RefusingContainerOf : RefusingProp<Interface> {
   HRESULT UAB_CALL GetContentsTable(ULONG, IMAPITable**) override { return MAPI_E_NO_SUPPORT; }
   HRESULT UAB_CALL GetHierarchyTable(ULONG, IMAPITable**) override { return MAPI_E_NO_SUPPORT; }
   HRESULT UAB_CALL OpenEntry(ULONG, ENTRYID*, const IID*, ULONG, ULONG*, IUnknown**) override {
@@ -79,6 +80,14 @@ struct RefusingContainer : RefusingProp<IMAPIContainer> {
   }
   HRESULT UAB_CALL SetSearchCriteria(SRestriction*, ENTRYLIST*, ULONG) override { return MAPI_E_NO_SUPPORT; }
   HRESULT UAB_CALL GetSearchCriteria(ULONG, SRestriction**, ENTRYLIST**, ULONG*) override { return MAPI_E_NO_SUPPORT; }
+};
+using RefusingContainer = RefusingContainerOf<IMAPIContainer>;
+
+struct RefusingABContainer : RefusingContainerOf<IABContainer> {
+  HRESULT UAB_CALL CreateEntry(ULONG, ENTRYID*, ULONG, IMAPIProp**) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT UAB_CALL CopyEntries(ENTRYLIST*, ULONG_PTR, IMAPIProgress*, ULONG) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT UAB_CALL DeleteEntries(ENTRYLIST*, ULONG) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT UAB_CALL ResolveNames(SPropTagArray*, ULONG, ADRLIST*, FLAGLIST*) override { return MAPI_E_NO_SUPPORT; }
 };
 
 struct RefusingAddrBook : RefusingProp<IAddrBook> {
