@@ -1,0 +1,50 @@
+#include "addrbook/container_search.h"
+
+#include "addrbook/addr_book.h"
+#include "addrbook/hierarchy.h"
+#include "addrbook/provider_calls.h"
+
+namespace uab {
+namespace {
+
+constexpr TagArray<1> kFlagsColumn = {1, {PR_CONTAINER_FLAGS}};
+
+bool HasFlags(const SPropValue& value, ULONG flags) noexcept {
+  return value.ulPropTag == PR_CONTAINER_FLAGS && (value.Value.ul & flags) == flags;
+}
+
+SBinary IdentifierIn(const TableRow& row) noexcept {
+  PropNode* node = row.Find(PR_ENTRYID);
+  if (node == nullptr || node->tag() != PR_ENTRYID) return {};
+  return {static_cast<ULONG>(RecordBytes(node->record).size()), node->record.data()};
+}
+
+}  // namespace
+
+bool IsContainerWithFlags(AddrBook& address_book, ULONG flags, const SBinary& container) noexcept {
+  ULONG type = 0;
+  ComPtr<IMAPIProp> object;
+  if (Failed(OpenObject(address_book, container, &type, object))) return false;
+  ChainPtr<SPropValue> values;
+  ULONG count = 0;
+  (void)ReadProps(*object, kFlagsColumn.address(), MAPI_UNICODE, &count, values);
+  return count != 0 && HasFlags(*values.Get(), flags);
+}
+
+HRESULT ContainerSearch::Open(AddrBook& address_book) noexcept {
+  ComPtr<ProviderList> providers = address_book.providers();
+  if (!providers) return MAPI_E_END_OF_SESSION;
+  return BuildHierarchy(address_book, *providers, MAPI_UNICODE | CONVENIENT_DEPTH, table_);
+}
+
+SBinary ContainerSearch::Next(ULONG flags) noexcept {
+  while (next_ < table_->row_count()) {
+    const TableRow& row = table_->row(next_++);
+    const PropNode* node = row.Find(PR_CONTAINER_FLAGS);
+    if (node == nullptr || !HasFlags(node->record.value, flags)) continue;
+    if (SBinary identifier = IdentifierIn(row); identifier.cb != 0) return identifier;
+  }
+  return {};
+}
+
+}  // namespace uab

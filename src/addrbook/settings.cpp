@@ -1,0 +1,58 @@
+#include "addrbook/settings.h"
+
+#include <algorithm>
+
+#include "platform/at_boundary.h"
+#include "profiles/profile_store.h"
+#include "props/prop_record.h"
+#include "tables/registry_persistence.h"
+
+namespace uab {
+
+HRESULT Settings::Load(const WCHAR* app_key, const WCHAR* profile_name) noexcept {
+  return at_boundary([&]() -> HRESULT {
+    if (profile_name == nullptr || *profile_name == 0) return E_FAIL;
+    app_key_ = app_key;
+    profile_name_ = profile_name;
+    UniqueKey key;
+    HRESULT hr = OpenProfileKey(app_key_, profile_name, ProfileKeyMode::kCreate, key);
+    if (Failed(hr)) return hr;
+    return props_.WithList([&](PropList& list) {
+      HRESULT loaded = LoadList(list, key.Get());
+      list.SetAllDirty(false);
+      return loaded;
+    });
+  });
+}
+
+void Settings::Save() noexcept {
+  (void)props_.WithList([&](PropList& list) -> HRESULT {
+    auto dirty = [](const PropNodePtr& node) { return node->dirty(); };
+    if (std::none_of(list.nodes().begin(), list.nodes().end(), dirty)) return S_OK;
+    UniqueKey key;
+    HRESULT hr = OpenProfileKey(app_key_, profile_name_.c_str(), ProfileKeyMode::kCreate, key);
+    return Failed(hr) ? hr : SaveList(list, key.Get());
+  });
+}
+
+HRESULT Settings::Read(ULONG tag, ChainPtr<SPropValue>& value) noexcept {
+  return props_.WithList([&](PropList& list) -> HRESULT {
+    const PropNode* node = list.Find(tag);
+    if (node == nullptr || node->tag() != tag) return MAPI_E_NOT_FOUND;
+    ChainPtr<SPropValue> copy;
+    if (HRESULT hr = AllocateInto(copy); Failed(hr)) return hr;
+    if (HRESULT hr = ReadPropRecord(node->record, copy.Get(), *copy.Get()); Failed(hr)) return hr;
+    value = std::move(copy);
+    return S_OK;
+  });
+}
+
+HRESULT Settings::SetForSession(const SPropValue& value) noexcept {
+  return props_.WithList([&](PropList& list) {
+    HRESULT hr = list.Set(value);
+    if (Succeeded(hr)) list.Find(value.ulPropTag)->flags &= ~PropNode::kDirty;
+    return hr;
+  });
+}
+
+}  // namespace uab
