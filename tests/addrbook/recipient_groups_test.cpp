@@ -1,0 +1,174 @@
+#include "addrbook/recipient_groups.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "addrbook/address_book_fixture.h"
+#include "support/values.h"
+
+namespace uab {
+namespace {
+
+using Log = std::vector<std::string>;
+
+struct AdrListPolicy {
+  using Handle = ADRLIST*;
+  static constexpr Handle kNone = nullptr;
+  static void Close(Handle list) noexcept { UABFreePadrlist(list); }
+};
+using AdrListPtr = UniqueResource<AdrListPolicy>;
+
+// A recipient is two characters: its name, kept as its recipient type, and the owner's letter. '-': without
+// identifier, '.': with one that is too short, 'T': with a text in its place.
+SPropValue* MakeRecipient(const char* word, const char* mark = "") {
+  ChainPtr<SPropValue> values;
+  EXPECT_EQ(AllocateInto(values, 2 * sizeof(SPropValue)), S_OK);
+  values.Get()[0] = LongValue(PR_RECIPIENT_TYPE, word[0]);
+  values.Get()[1] = LongValue(PR_DISPLAY_TYPE, *mark);
+  std::string id = word[1] == '.' ? IdOf('A').substr(0, 19) : IdOf(word[1]);
+  BYTE* data = nullptr;
+  EXPECT_EQ(AllocateLinkedInto(data, id.size(), values.Get()), S_OK);
+  std::memcpy(data, id.data(), id.size());
+  if (word[1] != '-')
+    values.Get()[1] = BinaryValue(word[1] == 'T' ? WithPropType(PR_ENTRYID, PT_UNICODE) : PR_ENTRYID, data, SizeOf(id));
+  return values.Detach();
+}
+
+AdrListPtr MakeList(const std::vector<const char*>& words) {
+  void* block = nullptr;
+  EXPECT_EQ(AllocateHead(RowSetSize(words.size()), &block), S_OK);
+  AdrListPtr list(static_cast<ADRLIST*>(block));
+  for (const char* word : words) list->aEntries[list->cEntries++] = {0, 2, MakeRecipient(word)};
+  return list;
+}
+
+// The names in order; a completed recipient is followed by '+', one without values is '?', one whose first value is an
+// error stands as 'e'.
+std::string NamesOf(const ADRLIST* list) {
+  std::string names;
+  for (ULONG i = 0; i < list->cEntries; ++i) {
+    const ADRENTRY& entry = list->aEntries[i];
+    if (entry.cValues == 0) {
+      names += "?";
+      continue;
+    }
+    for (ULONG at = 0; at < entry.cValues; ++at) {
+      const SPropValue& value = entry.rgPropVals[at];
+      if (value.ulPropTag == PR_RECIPIENT_TYPE) names += static_cast<char>(value.Value.l);
+      if (PropType(value.ulPropTag) == PT_ERROR) names += "e";
+      if (value.ulPropTag == PR_DISPLAY_TYPE && value.Value.l != 0) names += static_cast<char>(value.Value.l);
+    }
+  }
+  return names;
+}
+
+// What a provider does to complete a recipient: another array in the place of the old one.
+void Replace(ADRENTRY& entry) {
+  char word[] = {static_cast<char>(entry.rgPropVals[0].Value.l), '-', 0};
+  UABFreeBuffer(entry.rgPropVals);
+  entry.rgPropVals = MakeRecipient(word, "+");
+}
+
+class PrepareRecipsTest : public AddressBookTest {
+ protected:
+  HRESULT Prepare(AdrListPtr& list, SPropTagArray* tags = nullptr) {
+    TakeLog();
+    return state_.book->PrepareRecips(0, tags, list.Get());
+  }
+};
+
+TEST_F(PrepareRecipsTest, RegroupsByProviderAndKeepsTheOrderInside) {
+  struct {
+    std::vector<const char*> list;
+    const char* regrouped;
+    Log asked;
+  } cases[] = {
+      {{"1B", "2-", "3A", "4B"}, "3142", {"A.PrepareRecips 1", "B.PrepareRecips 2"}},
+      {{"1A", "2A"}, "12", {"A.PrepareRecips 2", "B.PrepareRecips 0"}},
+      {{"1C", "2.", "3T", "4-", "5A"}, "51234", {"A.PrepareRecips 1", "B.PrepareRecips 0"}},
+      {{}, "", {"A.PrepareRecips 0", "B.PrepareRecips 0"}},
+  };
+  for (const auto& c : cases) {
+    AdrListPtr list = MakeList(c.list);
+    EXPECT_EQ(Prepare(list), S_OK);
+    EXPECT_EQ(NamesOf(list.Get()), c.regrouped);
+    EXPECT_EQ(TakeLog(), c.asked);
+  }
+  EXPECT_EQ(state_.book->PrepareRecips(0, nullptr, nullptr), E_INVALIDARG);
+  AdrListPtr list = MakeList({"1A"});
+  EXPECT_EQ(state_.book->PrepareRecips(1, nullptr, list.Get()), E_INVALIDARG);
+}
+
+TEST_F(PrepareRecipsTest, CompletesThroughTheProviderOrWithErrors) {
+  state_.a.complete = [](ADRLIST* part) {
+    for (ULONG i = 0; i < part->cEntries; ++i) Replace(part->aEntries[i]);
+  };
+  TagArray<1> tags = {1, {PR_EMAIL_ADDRESS_W}};
+  AdrListPtr list = MakeList({"1C", "2A", "3B", "4A"});
+  EXPECT_EQ(Prepare(list, tags.address()), S_OK);
+  EXPECT_EQ(NamesOf(list.Get()), "2+4+3e1");
+  EXPECT_EQ(list->aEntries[3].cValues, 3u);
+}
+
+TEST_F(PrepareRecipsTest, AFailureKeepsEveryRecipientWithItsValidArray) {
+  for (std::uint32_t failing : {1u, 2u}) {
+    for (bool throws : {false, true}) {
+      AdrListPtr list = MakeList({"1B", "2A", "3C", "4A"});
+      Countdown countdown(failing);
+      state_.calls.countdown = &countdown;
+      state_.calls.throws = throws;
+      state_.a.complete = [](ADRLIST* part) { Replace(part->aEntries[1]); };
+      EXPECT_EQ(Prepare(list), throws ? E_FAIL : kProviderFailure);
+      EXPECT_EQ(NamesOf(list.Get()), "1234+") << "in the old order";
+      state_.calls.countdown = nullptr;
+    }
+  }
+}
+
+TEST_F(PrepareRecipsTest, AProviderDoesNotChangeTheNumberOfRecipients) {
+  struct {
+    const char* what;
+    void (*spoil)(ADRLIST* part);
+    const char* names;
+  } cases[] = {
+      {"counts none", [](ADRLIST* part) { part->cEntries = 0; }, "1234"},
+      {"counts more", [](ADRLIST* part) { part->cEntries = 0xFFFFFFFF; }, "1234"},
+      {"drops an array",
+       [](ADRLIST* part) {
+         UABFreeBuffer(part->aEntries[1].rgPropVals);
+         part->aEntries[1].rgPropVals = nullptr;
+       },
+       "1?34"},
+      {"closes the gap",
+       [](ADRLIST* part) {
+         UABFreeBuffer(part->aEntries[0].rgPropVals);
+         part->aEntries[0] = part->aEntries[1];
+         part->aEntries[1] = part->aEntries[2];
+         part->cEntries = 2;
+       },
+       "23?4"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    AdrListPtr list = MakeList({"1A", "2A", "3A", "4B"});
+    state_.a.complete = c.spoil;
+    EXPECT_EQ(Prepare(list), S_OK);
+    EXPECT_EQ(list->cEntries, 4u);
+    EXPECT_EQ(NamesOf(list.Get()), c.names);
+  }
+}
+
+TEST_F(PrepareRecipsTest, TheSessionsEndInBetweenIsAFailure) {
+  AdrListPtr list = MakeList({"1B", "2A"});
+  state_.a.complete = [&](ADRLIST* part) {
+    Replace(part->aEntries[0]);
+    state_.LogOff();
+  };
+  EXPECT_EQ(Prepare(list), MAPI_E_END_OF_SESSION);
+  EXPECT_EQ(NamesOf(list.Get()), "12+");
+  EXPECT_EQ(TakeLog(), Log{"A.PrepareRecips 1"});
+}
+
+}  // namespace
+}  // namespace uab

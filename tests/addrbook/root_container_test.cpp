@@ -1,0 +1,184 @@
+#include "addrbook/root_container.h"
+
+#include <gtest/gtest.h>
+
+#include "addrbook/address_book_fixture.h"
+#include "addrbook/hierarchy.h"
+
+namespace uab {
+namespace {
+
+using Log = std::vector<std::string>;
+
+class RootContainerTest : public AddressBookTest {
+ protected:
+  void SetUp() override {
+    AddressBookTest::SetUp();
+    ULONG type = 0;
+    ASSERT_EQ(state_.book->OpenEntry(0, nullptr, nullptr, 0, &type, reinterpret_cast<IUnknown**>(root_.Put())), S_OK);
+    TakeLog();
+  }
+  std::string Hierarchy(ULONG flags, HRESULT expected = S_OK) {
+    ComPtr<IMAPITable> table;
+    EXPECT_EQ(root_->GetHierarchyTable(flags, table.Put()), expected);
+    EXPECT_EQ(static_cast<bool>(table), Succeeded(expected));
+    RowSetPtr rows;
+    if (table) {
+      EXPECT_TRUE(Succeeded(table->QueryRows(100, 0, rows.Put())));
+    }
+    return NamesIn(rows.Get());
+  }
+  HRESULT Delete(std::vector<std::string> ids) {
+    std::vector<SBinary> entries;
+    for (std::string& id : ids) entries.push_back({SizeOf(id), reinterpret_cast<BYTE*>(id.data())});
+    entries.push_back({24, nullptr});
+    ENTRYLIST list = {static_cast<ULONG>(entries.size()), entries.data()};
+    return root_->DeleteEntries(&list, 5);
+  }
+
+  ComPtr<IABContainer> root_;
+};
+
+constexpr ULONG kDeep = MAPI_UNICODE | CONVENIENT_DEPTH;
+
+TEST_F(RootContainerTest, HierarchyMergesTheProvidersInListOrder) {
+  EXPECT_EQ(Hierarchy(MAPI_UNICODE), "a:0 b:0");
+  EXPECT_EQ(Hierarchy(kDeep), "a:0 a1:1 a2:1 b:0 b1:1 b2:1");
+  ComPtr<IMAPITable> table;
+  auto** object = reinterpret_cast<IUnknown**>(table.Put());
+  EXPECT_EQ(root_->OpenProperty(PR_CONTAINER_HIERARCHY, &IID_IMAPITable, 0, CONVENIENT_DEPTH, object), S_OK);
+  ULONG rows = 0;
+  EXPECT_EQ(table->GetRowCount(0, &rows), S_OK);
+  EXPECT_EQ(rows, 6u);
+  object = reinterpret_cast<IUnknown**>(table.Put());
+  EXPECT_EQ(root_->OpenProperty(PR_CONTAINER_CONTENTS, &IID_IMAPITable, 0, 0, object), E_NOINTERFACE);
+  EXPECT_EQ(root_->OpenProperty(PR_CONTAINER_HIERARCHY, &IID_IMAPIProp, 0, 0, object), E_NOINTERFACE);
+  EXPECT_EQ(root_->OpenProperty(PR_CONTAINER_HIERARCHY, nullptr, 0, 0, object), E_INVALIDARG);
+}
+
+TEST_F(RootContainerTest, TheLastProviderDecidesWhetherTheHierarchyFails) {
+  Countdown first(1), second(2), lasting(1, true);
+  state_.calls.countdown = &first;
+  EXPECT_EQ(Hierarchy(MAPI_UNICODE), "b:0");
+  state_.calls.countdown = &second;
+  EXPECT_EQ(Hierarchy(MAPI_UNICODE, kProviderFailure), "");
+  state_.calls.countdown = &lasting;
+  state_.calls.throws = true;
+  EXPECT_EQ(Hierarchy(kDeep, E_FAIL), "");
+}
+
+// What of A's six calls below its top level fails, and in B nothing does.
+TEST_F(RootContainerTest, AFailureBelowTheTopKeepsTheRowsSoFar) {
+  const char* const expected[] = {"a:0", "a:0", "a:0", "a:0", "a:0", "a:0 a1:1", "a:0 a1:1 a2:1"};
+  for (std::uint32_t call = 2; call <= 8; ++call) {
+    Countdown countdown(call);
+    state_.calls.countdown = &countdown;
+    EXPECT_EQ(Hierarchy(kDeep), std::string(expected[call - 2]) + " b:0 b1:1 b2:1") << call;
+  }
+}
+
+TEST_F(RootContainerTest, RowsOfProvidersAreNotTrusted) {
+  struct {
+    const char* what;
+    std::function<void(SPropValue*, ULONG*)> spoil;
+    const char* names;
+  } cases[] = {
+      {"no values", [](SPropValue*, ULONG* count) { *count = 0; }, ""},
+      {"one value", [](SPropValue*, ULONG* count) { *count = 1; }, "? ?"},
+      {"two values", [](SPropValue*, ULONG* count) { *count = 2; }, "a a1 a2 b b1 b2"},
+      {"more values than were asked for", [](SPropValue*, ULONG* count) { *count += 1000; },
+       "a:0 a1:1 a2:1 b:0 b1:1 b2:1"},
+      {"no depth", [](SPropValue* values, ULONG*) { values[4].ulPropTag = WithPropType(PR_DEPTH, PT_ERROR); },
+       "a a1 a2 b b1 b2"},
+      {"depth elsewhere", [](SPropValue* values, ULONG*) { std::swap(values[3], values[4]); },
+       "a:0 a1:0 a2:0 b:0 b1:0 b2:0"},
+      {"a text for an identifier",
+       [](SPropValue* values, ULONG*) {
+         values[1].ulPropTag = WithPropType(PR_ENTRYID, PT_UNICODE);
+         values[1].Value = values[0].Value;
+       },
+       ":0 :0"},
+      {"null for an identifier",
+       [](SPropValue* values, ULONG*) {
+         values[1].Value.bin.cb = 0;
+         values[1].Value.bin.lpb = nullptr;
+       },
+       ":0 :0"},
+      {"an unknown type",
+       [](SPropValue* values, ULONG*) { values[0].ulPropTag = PropTag(MV_FLAG | PT_OBJECT, 0x6601); }, ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    state_.calls.spoil = c.spoil;
+    EXPECT_EQ(Hierarchy(kDeep), c.names);
+  }
+  state_.calls.spoil = nullptr;
+  state_.calls.stores_nothing = true;
+  EXPECT_EQ(Hierarchy(kDeep), "");
+  state_.calls.stores_nothing = false;
+  state_.a.containers[0].type = MAPI_MAILUSER;
+  EXPECT_EQ(Hierarchy(kDeep), "a:0 b:0 b1:1 b2:1") << "what is no container has no containers below";
+}
+
+TEST_F(RootContainerTest, AProviderMayNotNestTheHierarchyForEver) {
+  state_.a.containers[0].alias = root_.Get();
+  while (state_.b.containers.size() > 1) state_.b.containers.pop_back();
+  EXPECT_EQ(Hierarchy(kDeep), "a:0 a:1 a:2 a:3 b:3 b:2 b:1 b:0");
+}
+
+TEST_F(RootContainerTest, DeletesThroughTheOwnersTopLevel) {
+  EXPECT_EQ(Delete({IdOf('A', "x"), IdOf('A', "y"), IdOf('C', "z"), "brief"}), S_OK);
+  EXPECT_EQ(TakeLog(), (Log{"A.GetProps", "A.OpenEntry a", "A.DeleteEntries y x"}));
+  EXPECT_EQ(Delete({IdOf('B', "p"), IdOf('A', "x"), IdOf('B', "q")}), S_OK);
+  EXPECT_EQ(TakeLog(), (Log{"A.GetProps", "A.OpenEntry a", "A.DeleteEntries x", "B.GetProps", "B.OpenEntry b",
+                            "B.DeleteEntries q p"}));
+  for (std::uint32_t call = 1; call <= 3; ++call) {
+    Countdown countdown(call);
+    state_.calls.countdown = &countdown;
+    EXPECT_EQ(Delete({IdOf('A', "x")}), S_OK) << call;
+    EXPECT_EQ(TakeLog().size(), call);
+  }
+  state_.calls.countdown = nullptr;
+  state_.calls.stores_nothing = true;
+  EXPECT_EQ(Delete({IdOf('A', "x")}), S_OK);
+}
+
+TEST_F(RootContainerTest, OpensWhatTheAddressBookOpens) {
+  const std::string id = IdOf('B', "b1");
+  ULONG type = 0;
+  ComPtr<IUnknown> object;
+  EXPECT_EQ(root_->OpenEntry(SizeOf(id), EntryIn(id), nullptr, 0, &type, object.Put()), S_OK);
+  EXPECT_EQ(TakeLog(), Log{"B.OpenEntry b1"});
+  EXPECT_EQ(root_->OpenEntry(0, nullptr, nullptr, 0, &type, object.Put()), S_OK);
+  EXPECT_EQ(type, MAPI_ABCONT);
+  EXPECT_NE(object.Get(), root_.Get());
+}
+
+// Slot by slot, as a host built with another compiler sees it.
+TEST_F(RootContainerTest, SlotsStandInTheirOrder) {
+  using Slot = HRESULT(UAB_CALL*)(void*, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR,
+                                  ULONG_PTR, ULONG_PTR);
+  void* self = root_.Get();
+  Slot* slots = *static_cast<Slot**>(self);
+  ULONG_PTR none[4] = {};
+  auto call = [&](int slot, ULONG_PTR first, ULONG_PTR second, ULONG_PTR third) {
+    return slots[slot - 1](self, first, second, third, 0, 0, 0, 0, 0, 0);
+  };
+  const auto some = reinterpret_cast<ULONG_PTR>(&none[0]);
+  for (int slot : {4, 5, 6, 7, 9, 10, 11, 12, 13, 14, 18, 19})
+    EXPECT_EQ(call(slot, 0, 0, 0), MAPI_E_NO_SUPPORT) << slot;
+  for (int slot : {8, 15, 16, 17, 20, 21, 22, 23}) EXPECT_EQ(call(slot, 0, 0, 0), E_INVALIDARG) << slot;
+  EXPECT_EQ(call(15, 0, some, 0), MAPI_E_NO_SUPPORT);
+  EXPECT_EQ(call(20, 1, some, 0), MAPI_E_NO_SUPPORT);
+  EXPECT_EQ(call(21, some, 0, 0), S_OK);
+  EXPECT_EQ(call(22, some, 0, 0), S_OK);
+  EXPECT_EQ(call(23, 0, 0, some), MAPI_E_NO_SUPPORT);
+  for (const IID* iid : {&IID_IUnknown, &IID_IMAPIProp, &IID_IMAPIContainer, &IID_IABContainer}) {
+    ComPtr<IUnknown> same;
+    EXPECT_EQ(call(1, reinterpret_cast<ULONG_PTR>(iid), reinterpret_cast<ULONG_PTR>(same.PutVoid()), 0), S_OK);
+    EXPECT_EQ(same.Get(), root_.Get());
+  }
+}
+
+}  // namespace
+}  // namespace uab
