@@ -22,7 +22,7 @@
 #if defined(_WIN32)
 #define UAB_TERMINAL_EXPORT
 #else
-#define UAB_TERMINAL_EXPORT __attribute__((visibility("default"), used))
+#define UAB_TERMINAL_EXPORT __attribute__((visibility("default")))
 #endif
 #define UAB_TERMINAL_DIALOG(id)                                                   \
   extern "C" UAB_TERMINAL_EXPORT const uab::TerminalDialog UABDialogTemplate##id; \

@@ -1,0 +1,169 @@
+// The terminal dialog: what its commands send, what it shows, and what its window handles are good for.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "keluab/terminal_dialog.h"
+#include "platform/win32.h"
+#include "support/dialog_script.h"
+
+namespace {
+const uab::TerminalControl controls[] = {
+    {5, uab::kTerminalLabel, 0, u"Label"},
+    {10, uab::kTerminalList, 0, u"&Lines"},
+    {11, uab::kTerminalButton, 0, u"&Remove && go"},
+    {12, uab::kTerminalButton, uab::kTerminalDisabled, u"Re&move all"},
+    {13, uab::kTerminalButton, uab::kTerminalDefault, nullptr},
+};
+}  // namespace
+
+UAB_TERMINAL_DIALOG(7) = {sizeof(uab::TerminalDialog), 5, u"Title", nullptr, controls};
+
+namespace uab {
+namespace {
+
+std::vector<std::string> messages;
+std::function<INT_PTR(HWND, UINT, WPARAM)> handler;
+
+INT_PTR Procedure(HWND window, UINT message, WPARAM wparam, LPARAM) {
+  if (message == WM_COMMAND) messages.push_back(std::to_string(LOWORD(wparam)) + ":" + std::to_string(HIWORD(wparam)));
+  if (message == WM_INITDIALOG) {
+    for (const WCHAR* text : {u"one", u"two\x1B[2J"}) {
+      SendDlgItemMessageW(window, 10, LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text));
+    }
+  }
+  if (handler) return handler(window, message, wparam);
+  if (message == WM_COMMAND && LOWORD(wparam) <= IDCANCEL) EndDialog(window, LOWORD(wparam));
+  return TRUE;
+}
+
+INT_PTR ShowDialog(WORD id = 7) { return DialogBoxParamW(nullptr, MAKEINTRESOURCEW(id), nullptr, &Procedure, 0); }
+
+TEST(TerminalDialog, CommandsBecomeMessages) {
+  struct {
+    const char* commands;
+    std::vector<std::string> sent;
+    INT_PTR result;
+  } cases[] = {
+      {"", {"2:0"}, IDCANCEL},
+      {"ok", {"1:0"}, IDOK},
+      {"# nothing\n\n  OK  \ncancel\n", {"1:0"}, IDOK},
+      {"select 2\ndouble 1\nok\n", {"10:1", "10:1", "10:2", "1:0"}, IDOK},
+      {"select 0\nselect 3\nselect\nselect -1\nselect 99999999999\nselect x\nok\n", {"1:0"}, IDOK},
+      {"press 11\npress remove & go\npress REMOVE &\nok\n", {"11:0", "11:0", "11:0", "1:0"}, IDOK},
+      {"press re\npress 12\npress 10\npress 5\npress\nwhat\nfocus 12\nok\n", {"1:0"}, IDOK},  // none of them goes
+  };
+  for (const auto& each : cases) {
+    messages.clear();
+    DialogScript script(each.commands);
+    EXPECT_EQ(ShowDialog(), each.result) << each.commands;
+    EXPECT_EQ(messages, each.sent) << each.commands;
+  }
+}
+
+TEST(TerminalDialog, ShowsTextOnly) {
+  DialogScript script("select 2\npress remove all\nshow\n");
+  ShowDialog();
+  const char* kShown =
+      "\n== Title ==\n  Label\n  Lines:\n      1  one\n    * 2  two?[2J\n  [Remove & go]  11\n"
+      "  [Remove all]  12  (disabled)\n  []  13  (default)\n";
+  std::string output = script.Finish();
+  EXPECT_NE(output.find(kShown), std::string::npos) << output;
+  EXPECT_NE(output.find("That button is disabled."), std::string::npos) << output;
+}
+
+TEST(TerminalDialog, EndsWhateverTheProcedureDoes) {
+  int destroyed = 0;
+  struct {
+    std::function<INT_PTR(HWND, UINT, WPARAM)> handler;
+    INT_PTR result;
+  } cases[] = {
+      {[](HWND, UINT, WPARAM) -> INT_PTR { return FALSE; }, IDCANCEL},  // never closes: the end of the input does
+      {[](HWND window, UINT message, WPARAM) -> INT_PTR { return message == WM_INITDIALOG && EndDialog(window, 9); },
+       9},
+      {[](HWND, UINT message, WPARAM) -> INT_PTR { return message == WM_COMMAND ? throw 1 : FALSE; }, -1},
+      {[](HWND, UINT message, WPARAM) -> INT_PTR { return message == WM_INITDIALOG ? throw 1 : FALSE; }, -1},
+  };
+  for (const auto& each : cases) {
+    handler = [&](HWND window, UINT message, WPARAM wparam) {
+      if (message == WM_DESTROY) ++destroyed;
+      return each.handler(window, message, wparam);
+    };
+    DialogScript script("");
+    EXPECT_EQ(ShowDialog(), each.result);
+  }
+  EXPECT_EQ(destroyed, 4);
+  handler = nullptr;
+  EXPECT_EQ(ShowDialog(8), -1) << "no such template";
+}
+
+TEST(TerminalDialog, NestedDialogsAndStaleHandles) {
+  HWND outer = nullptr, inner = nullptr, button = nullptr;
+  handler = [&](HWND window, UINT message, WPARAM wparam) -> INT_PTR {
+    if (message != WM_COMMAND) return TRUE;
+    if (LOWORD(wparam) == 11 && outer == nullptr) {
+      outer = window;
+      SetWindowLongPtrW(outer, GWLP_USERDATA, 77);
+      EXPECT_EQ(ShowDialog(), IDOK);
+      EXPECT_EQ(GetWindowLongPtrW(outer, GWLP_USERDATA), 77);
+      EXPECT_EQ(SetWindowLongPtrW(inner, GWLP_USERDATA, 1), 0) << "closed";
+      EXPECT_EQ(EndDialog(inner, 1), FALSE);
+    } else if (LOWORD(wparam) == 11) {
+      inner = window;
+      button = GetDlgItem(inner, 11);
+      EXPECT_EQ(GetFocus(), button);
+      EXPECT_EQ(EnableWindow(button, FALSE), FALSE);
+      EXPECT_EQ(GetFocus(), nullptr);
+      EXPECT_EQ(SetFocus(button), nullptr);
+      EXPECT_EQ(EnableWindow(button, TRUE), TRUE);
+      EXPECT_EQ(GetWindowLongPtrW(outer, GWLP_USERDATA), 77) << "the outer one is still there";
+    } else {
+      EndDialog(window, LOWORD(wparam));
+    }
+    return TRUE;
+  };
+  DialogScript script("press 11\npress 11\nok\n");
+  EXPECT_EQ(ShowDialog(), IDCANCEL);
+  handler = nullptr;
+  for (HWND window : {outer, inner, button, HWND{}, reinterpret_cast<HWND>(~ULONG_PTR{0})}) {
+    RECT rect;
+    EXPECT_EQ(GetDlgItem(window, 11), nullptr);
+    EXPECT_EQ(GetWindowRect(window, &rect), FALSE);
+    EXPECT_EQ(SendDlgItemMessageW(window, 10, LB_GETCOUNT, 0, 0), 0);
+  }
+}
+
+TEST(TerminalDialog, ListAnswersAsAListBox) {
+  handler = [](HWND window, UINT message, WPARAM) -> INT_PTR {
+    if (message != WM_INITDIALOG) return FALSE;
+    auto send = [window](UINT list_message, WPARAM index, LPARAM data = 0) {
+      return SendDlgItemMessageW(window, 10, list_message, index, data);
+    };
+    EXPECT_EQ(send(LB_GETCURSEL, 0), LB_ERR);
+    EXPECT_EQ(send(LB_SETCURSEL, 1), 1);
+    EXPECT_EQ(send(LB_SETCURSEL, 2), LB_ERR);
+    EXPECT_EQ(send(LB_SETITEMDATA, 1, 42), TRUE);
+    EXPECT_EQ(send(LB_SETITEMDATA, 2, 42), LB_ERR);
+    EXPECT_EQ(send(LB_DELETESTRING, 0), 1);
+    EXPECT_EQ(send(LB_GETCURSEL, 0), 0) << "moves with its line";
+    EXPECT_EQ(send(LB_GETITEMDATA, 0), 42);
+    WCHAR text[16];
+    EXPECT_EQ(send(LB_GETTEXTLEN, 0), 7);
+    EXPECT_EQ(send(LB_GETTEXT, 0, reinterpret_cast<LPARAM>(text)), 7);
+    EXPECT_EQ(text, std::u16string(u"two\x1B[2J"));
+    for (WPARAM index : {WPARAM{1}, ~WPARAM{0}}) {
+      EXPECT_EQ(send(LB_GETITEMDATA, index), LB_ERR);
+      EXPECT_EQ(send(LB_GETTEXT, index, reinterpret_cast<LPARAM>(text)), LB_ERR);
+      EXPECT_EQ(send(LB_DELETESTRING, index), LB_ERR);
+    }
+    EXPECT_EQ(send(LB_DELETESTRING, 0), 0);
+    EXPECT_EQ(send(LB_GETCURSEL, 0), LB_ERR);
+    return TRUE;
+  };
+  DialogScript script("");
+  ShowDialog();
+  handler = nullptr;
+}
+
+}  // namespace
+}  // namespace uab
