@@ -1,15 +1,14 @@
 // keluab tree, show, find: reading the address book.
-#include <memory>
-
 #include "commands.h"
 #include "entries.h"
 #include "failure.h"
+#include "library.h"
 #include "values.h"
 
 namespace host {
-namespace {
-
 using namespace uab;
+
+namespace {
 
 std::string FlagNames(ULONG flags) {
   std::string text;
@@ -20,7 +19,9 @@ std::string FlagNames(ULONG flags) {
   return text;
 }
 
-void Tree(Context& context, bool ids) {
+}  // namespace
+
+void ShowTree(Context& context, bool ids) {
   Library library(context.app_key);
   Session session(library, context.profile);
   Json rows = Json::array();
@@ -37,7 +38,7 @@ void Tree(Context& context, bool ids) {
   context.output.PrintTable(columns, rows, "No containers: the profile has no services.");
 }
 
-void Show(Context& context, const std::string& reference) {
+void ShowEntry(Context& context, const std::string& reference) {
   Library library(context.app_key);
   Session session(library, context.profile);
   Entry entry = FindEntry(session.book(), reference);
@@ -50,12 +51,7 @@ void Show(Context& context, const std::string& reference) {
   context.output.PrintObject(object);
 }
 
-struct FindOptions {
-  std::string text, container;
-  std::size_t most = 0;
-};
-
-void Find(Context& context, const FindOptions& options) {
+void FindEntries(Context& context, const FindOptions& options) {
   Library library(context.app_key);
   Session session(library, context.profile);
   std::vector<Container> containers = options.container.empty()
@@ -78,30 +74,6 @@ void Find(Context& context, const FindOptions& options) {
   context.output.PrintTable({{"name", "NAME"}, {"kind", "KIND"}, {"address", "ADDRESS"}, {"container", "CONTAINER"}},
                             rows, "Nothing found.");
   if (rows.empty()) throw Failure(kExitNotFound, "");
-}
-
-}  // namespace
-
-void AddBrowseCommands(CLI::App& app, Context& context) {
-  auto ids = std::make_shared<bool>(false);
-  CLI::App* command = app.add_subcommand("tree", "print the merged hierarchy of all providers");
-  command->add_flag("--ids", *ids, "with the containers' identifiers");
-  AddProfileOption(command, context);
-  command->callback([&context, ids] { Tree(context, *ids); });
-
-  auto shown = std::make_shared<std::string>();
-  command = app.add_subcommand("show", "show all properties of an entry");
-  command->add_option("entry", *shown, "CONTAINER/NAME, or an identifier")->required();
-  AddProfileOption(command, context);
-  command->callback([&context, shown] { Show(context, *shown); });
-
-  auto find = std::make_shared<FindOptions>();
-  command = app.add_subcommand("find", "find entries by a part of their name");
-  command->add_option("text", find->text, "a part of the name; letter case (A to Z) does not matter")->required();
-  command->add_option("--in", find->container, "only in this container");
-  command->add_option("--most", find->most, "stop after this many");
-  AddProfileOption(command, context);
-  command->callback([&context, find] { Find(context, *find); });
 }
 
 }  // namespace host

@@ -1,21 +1,16 @@
 // keluab copy: entries and whole lists from one container to another, through the providers and the library's copy
 // engine.
-#include <memory>
 
 #include "commands.h"
 #include "entries.h"
 #include "failure.h"
+#include "library.h"
 #include "values.h"
 
 namespace host {
-namespace {
-
 using namespace uab;
 
-struct CopyOptions {
-  std::vector<std::string> entries;
-  std::string target;
-};
+namespace {
 
 // The template from which the container makes an entry of this type. Throws a Failure when it has none.
 std::string TemplateFor(IABContainer* container, ULONG type) {
@@ -42,7 +37,9 @@ void CopyEntry(IAddrBook* book, IABContainer* container, const Entry& entry) {
   Check(created->SaveChanges(0), "save the copy of '" + entry.name + "'");
 }
 
-void Copy(Context& context, const CopyOptions& options) {
+}  // namespace
+
+void CopyEntries(Context& context, const CopyOptions& options) {
   Library library(context.app_key);
   Session session(library, context.profile);
   Container target = FindContainer(session.book(), options.target);
@@ -56,17 +53,6 @@ void Copy(Context& context, const CopyOptions& options) {
   context.output.EndProgress();
   context.output.PrintDone("Copied " + std::to_string(done) + (done == 1 ? " entry" : " entries") + " to '" +
                            target.path + "'.");
-}
-
-}  // namespace
-
-void AddCopyCommand(CLI::App& app, Context& context) {
-  auto options = std::make_shared<CopyOptions>();
-  CLI::App* command = app.add_subcommand("copy", "copy entries, and lists with all their members, to a container");
-  command->add_option("entries", options->entries, "CONTAINER/NAME or identifiers")->required();
-  command->add_option("--to", options->target, "the container")->required();
-  AddProfileOption(command, context);
-  command->callback([&context, options] { Copy(context, *options); });
 }
 
 }  // namespace host

@@ -1,16 +1,13 @@
 // keluab profile ...
-#include <memory>
-
 #include "commands.h"
 #include "failure.h"
+#include "library.h"
 #include "values.h"
 
 namespace host {
-namespace {
-
 using namespace uab;
 
-void List(Context& context) {
+void ListProfiles(Context& context) {
   Library library(context.app_key);
   Com<IMAPITable> table;
   Check(library.OpenProfiles()->GetProfileTable(MAPI_UNICODE, table.Put()), "list the profiles");
@@ -24,13 +21,7 @@ void List(Context& context) {
                             "No profiles. Make one with 'keluab profile create NAME'.");
 }
 
-struct CreateOptions {
-  std::string name;
-  bool default_services = false;
-  bool dialog = false;
-};
-
-void Create(Context& context, const CreateOptions& options) {
+void CreateProfile(Context& context, const CreateProfileOptions& options) {
   Library library(context.app_key);
   ULONG flags =
       MAPI_UNICODE | (options.default_services ? MAPI_DEFAULT_SERVICES : 0) | (options.dialog ? MAPI_DIALOG : 0);
@@ -39,7 +30,7 @@ void Create(Context& context, const CreateOptions& options) {
   context.output.PrintDone("Created profile '" + options.name + "'.");
 }
 
-void Default(Context& context, const std::string& name, bool none) {
+void DefaultProfile(Context& context, const std::string& name, bool none) {
   Library library(context.app_key);
   if (name.empty() && !none) {
     context.output.PrintObject({{"default", library.DefaultProfile()}});
@@ -50,65 +41,34 @@ void Default(Context& context, const std::string& name, bool none) {
   context.output.PrintDone(none ? "No profile is the default now." : "Profile '" + name + "' is the default now.");
 }
 
-}  // namespace
-
-void AddProfileCommands(CLI::App& app, Context& context) {
-  CLI::App* group = app.add_subcommand("profile", "create, list and change profiles")->require_subcommand(1);
-
-  group->add_subcommand("list", "list the profiles")->callback([&context] { List(context); });
-
-  auto create = std::make_shared<CreateOptions>();
-  CLI::App* command = group->add_subcommand("create", "create a profile");
-  command->add_option("name", create->name, "1 to 64 characters, no backslash")->required();
-  command->add_flag("--default-services", create->default_services, "with the definition file's default services");
-  command->add_flag("--dialog", create->dialog, "show the message service dialog");
-  command->callback([&context, create] { Create(context, *create); });
-
-  auto names = std::make_shared<std::vector<std::string>>();
-  command = group->add_subcommand("delete", "delete profiles");
-  command->add_option("names", *names, "the profiles")->required();
-  command->callback([&context, names] {
-    Library library(context.app_key);
-    for (const std::string& name : *names) {
-      Check(library.OpenProfiles()->DeleteProfile(ToWide(name).data(), MAPI_UNICODE), "delete profile '" + name + "'");
-      context.output.PrintDone("Deleted profile '" + name + "'.");
-    }
-  });
-
-  for (bool rename : {false, true}) {
-    auto source = std::make_shared<std::string>(), target = std::make_shared<std::string>();
-    std::string verb = rename ? "rename" : "copy";
-    command = group->add_subcommand(verb, verb + " a profile");
-    command->add_option("source", *source, "the profile")->required();
-    command->add_option("target", *target, "the new name")->required();
-    command->callback([&context, source, target, rename, verb] {
-      Library library(context.app_key);
-      Com<IProfAdmin> admin = library.OpenProfiles();
-      WideText from = ToWide(*source), to = ToWide(*target);
-      HRESULT hr = rename ? admin->RenameProfile(from.data(), to.data(), MAPI_UNICODE)
-                          : admin->CopyProfile(from.data(), to.data(), MAPI_UNICODE);
-      Check(hr, verb + " profile '" + *source + "' to '" + *target + "'");
-      context.output.PrintDone((rename ? "Renamed '" : "Copied '") + *source + "' to '" + *target + "'.");
-    });
+void DeleteProfiles(Context& context, const std::vector<std::string>& names) {
+  Library library(context.app_key);
+  for (const std::string& name : names) {
+    Check(library.OpenProfiles()->DeleteProfile(ToWide(name).data(), MAPI_UNICODE), "delete profile '" + name + "'");
+    context.output.PrintDone("Deleted profile '" + name + "'.");
   }
+}
 
-  auto name = std::make_shared<std::string>();
-  auto none = std::make_shared<bool>(false);
-  command = group->add_subcommand("default", "show or set the default profile");
-  CLI::Option* option = command->add_option("name", *name, "the profile that becomes the default");
-  command->add_flag("--none", *none, "no profile is the default")->excludes(option);
-  command->callback([&context, name, none] { Default(context, *name, *none); });
+void CopyProfile(Context& context, const std::string& source, const std::string& target) {
+  Library library(context.app_key);
+  Check(library.OpenProfiles()->CopyProfile(ToWide(source).data(), ToWide(target).data(), MAPI_UNICODE),
+        "copy profile '" + source + "' to '" + target + "'");
+  context.output.PrintDone("Copied profile '" + source + "' to '" + target + "'.");
+}
 
-  auto configured = std::make_shared<std::string>();
-  command = group->add_subcommand("configure", "show a profile's message service dialog");
-  command->add_option("name", *configured, "the profile; the default one if none is given");
-  command->callback([&context, configured] {
-    Library library(context.app_key);
-    std::string profile = configured->empty() ? library.DefaultProfile() : *configured;
-    Check(library.OpenProfiles()->ConfigureProfile(ToWide(profile).data(), 0, MAPI_UNICODE),
-          "configure profile '" + profile + "'");
-    context.output.PrintDone("Configured profile '" + profile + "'.");
-  });
+void RenameProfile(Context& context, const std::string& source, const std::string& target) {
+  Library library(context.app_key);
+  Check(library.OpenProfiles()->RenameProfile(ToWide(source).data(), ToWide(target).data(), MAPI_UNICODE),
+        "rename profile '" + source + "' to '" + target + "'");
+  context.output.PrintDone("Renamed profile '" + source + "' to '" + target + "'.");
+}
+
+void ConfigureProfile(Context& context, const std::string& name) {
+  Library library(context.app_key);
+  std::string profile = name.empty() ? library.DefaultProfile() : name;
+  Check(library.OpenProfiles()->ConfigureProfile(ToWide(profile).data(), 0, MAPI_UNICODE),
+        "configure profile '" + profile + "'");
+  context.output.PrintDone("Configured profile '" + profile + "'.");
 }
 
 }  // namespace host

@@ -1,22 +1,16 @@
 // keluab expand, prepare: working with recipients.
 #include <cstring>
-#include <memory>
 
 #include "commands.h"
 #include "entries.h"
 #include "failure.h"
+#include "library.h"
 #include "values.h"
 
 namespace host {
-namespace {
-
 using namespace uab;
 
-struct RecipientOptions {
-  std::vector<std::string> entries;
-  std::string type = "to";
-  std::vector<std::string> properties;
-};
+namespace {
 
 ULONG RecipientType(const std::string& text) { return text == "cc" ? MAPI_CC : text == "bcc" ? MAPI_BCC : MAPI_TO; }
 
@@ -104,7 +98,9 @@ const std::vector<ULONG> kUsualTags = {PR_ENTRYID,        PR_DISPLAY_NAME_W, PR_
 const std::vector<Column> kColumns = {
     {"name", "NAME"}, {"kind", "KIND"}, {"type", "TYPE"}, {"addrtype", "VIA"}, {"address", "ADDRESS"}};
 
-void Expand(Context& context, const RecipientOptions& options) {
+}  // namespace
+
+void ExpandLists(Context& context, const RecipientOptions& options) {
   Library library(context.app_key);
   Session session(library, context.profile);
   Recipients list = ListOf(session.book(), options);
@@ -115,7 +111,7 @@ void Expand(Context& context, const RecipientOptions& options) {
   context.output.PrintTable(kColumns, rows, "The lists have no members.");
 }
 
-void Prepare(Context& context, const RecipientOptions& options) {
+void PrepareRecipients(Context& context, const RecipientOptions& options) {
   Library library(context.app_key);
   Session session(library, context.profile);
   Recipients list = ListOf(session.book(), options);
@@ -136,25 +132,6 @@ void Prepare(Context& context, const RecipientOptions& options) {
     rows.push_back(std::move(row));
   }
   context.output.PrintTable(kColumns, rows, "No recipients.");
-}
-
-}  // namespace
-
-void AddRecipientCommands(CLI::App& app, Context& context) {
-  auto expand = std::make_shared<RecipientOptions>();
-  CLI::App* command = app.add_subcommand("expand", "replace distribution lists by their members, each once");
-  command->add_option("entries", expand->entries, "CONTAINER/NAME or identifiers, of lists and of users")->required();
-  command->add_option("--as", expand->type, "recipient type")->check(CLI::IsMember({"to", "cc", "bcc"}));
-  AddProfileOption(command, context);
-  command->callback([&context, expand] { Expand(context, *expand); });
-
-  auto prepare = std::make_shared<RecipientOptions>();
-  command = app.add_subcommand("prepare", "group recipients by provider and complete their properties");
-  command->add_option("entries", prepare->entries, "CONTAINER/NAME or identifiers")->required();
-  command->add_option("--property", prepare->properties, "properties to complete; the usual ones if none is given");
-  command->add_option("--as", prepare->type, "recipient type")->check(CLI::IsMember({"to", "cc", "bcc"}));
-  AddProfileOption(command, context);
-  command->callback([&context, prepare] { Prepare(context, *prepare); });
 }
 
 }  // namespace host

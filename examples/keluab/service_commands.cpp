@@ -1,15 +1,15 @@
 // keluab service ...
 #include <cstring>
-#include <memory>
 
 #include "commands.h"
 #include "failure.h"
+#include "library.h"
 #include "values.h"
 
 namespace host {
-namespace {
-
 using namespace uab;
+
+namespace {
 
 // A service's identifier by hexadecimal digits or by name; the first that fits.
 MAPIUID FindService(IMsgServiceAdmin* admin, const std::string& reference) {
@@ -29,40 +29,6 @@ MAPIUID FindService(IMsgServiceAdmin* admin, const std::string& reference) {
   });
   if (!found) throw Failure(kExitNotFound, "No service '" + reference + "' in the profile: see 'keluab service list'.");
   return uid;
-}
-
-void List(Context& context) {
-  Library library(context.app_key);
-  Com<IMsgServiceAdmin> admin = library.OpenServices(context.profile);
-  Com<IMAPITable> table;
-  Check(admin->GetMsgServiceTable(MAPI_UNICODE, table.Put()), "list the services");
-  static constexpr TagArray<4> kColumns = {
-      4, {PR_SERVICE_NAME_W, PR_DISPLAY_NAME_W, PR_SERVICE_DLL_NAME_W, PR_SERVICE_UID}};
-  Json rows = Json::array();
-  ForEachRow(table.get(), kColumns.address(), [&](const SRow& row) {
-    std::string uid = BytesOf(row.lpProps[3], PR_SERVICE_UID);
-    rows.push_back({{"service", TextOf(row.lpProps[0], PR_SERVICE_NAME_W)},
-                    {"name", TextOf(row.lpProps[1], PR_DISPLAY_NAME_W)},
-                    {"library", TextOf(row.lpProps[2], PR_SERVICE_DLL_NAME_W)},
-                    {"uid", ToHex(uid.data(), uid.size())}});
-    return true;
-  });
-  context.output.PrintTable({{"service", "SERVICE"}, {"name", "NAME"}, {"library", "LIBRARY"}, {"uid", "UID"}}, rows,
-                            "No services. Add one with 'keluab service add SERVICE'.");
-}
-
-struct AddOptions {
-  std::string service, name, text;
-};
-
-void Add(Context& context, const AddOptions& options) {
-  Library library(context.app_key);
-  Com<IMsgServiceAdmin> admin = library.OpenServices(context.profile);
-  std::string name = options.name.empty() ? options.service : options.name;
-  Check(admin->CreateMsgService(ToWide(options.service).data(), ToWide(name).data(), ToWide(options.text).data(), 0, 0,
-                                MAPI_UNICODE),
-        "add service '" + options.service + "'");
-  context.output.PrintDone("Added service '" + options.service + "'.");
 }
 
 // TAG=TEXT or TAG=NUMBER, by the tag's type.
@@ -90,13 +56,39 @@ SPropValue ParseAssignment(const std::string& assignment, WideText& text) {
   return value;
 }
 
-struct ConfigureOptions {
-  std::string service;
-  std::vector<std::string> assignments;
-  bool dialog = false;
-};
+}  // namespace
 
-void Configure(Context& context, const ConfigureOptions& options) {
+void ListServices(Context& context) {
+  Library library(context.app_key);
+  Com<IMsgServiceAdmin> admin = library.OpenServices(context.profile);
+  Com<IMAPITable> table;
+  Check(admin->GetMsgServiceTable(MAPI_UNICODE, table.Put()), "list the services");
+  static constexpr TagArray<4> kColumns = {
+      4, {PR_SERVICE_NAME_W, PR_DISPLAY_NAME_W, PR_SERVICE_DLL_NAME_W, PR_SERVICE_UID}};
+  Json rows = Json::array();
+  ForEachRow(table.get(), kColumns.address(), [&](const SRow& row) {
+    std::string uid = BytesOf(row.lpProps[3], PR_SERVICE_UID);
+    rows.push_back({{"service", TextOf(row.lpProps[0], PR_SERVICE_NAME_W)},
+                    {"name", TextOf(row.lpProps[1], PR_DISPLAY_NAME_W)},
+                    {"library", TextOf(row.lpProps[2], PR_SERVICE_DLL_NAME_W)},
+                    {"uid", ToHex(uid.data(), uid.size())}});
+    return true;
+  });
+  context.output.PrintTable({{"service", "SERVICE"}, {"name", "NAME"}, {"library", "LIBRARY"}, {"uid", "UID"}}, rows,
+                            "No services. Add one with 'keluab service add SERVICE'.");
+}
+
+void AddService(Context& context, const AddServiceOptions& options) {
+  Library library(context.app_key);
+  Com<IMsgServiceAdmin> admin = library.OpenServices(context.profile);
+  std::string name = options.name.empty() ? options.service : options.name;
+  Check(admin->CreateMsgService(ToWide(options.service).data(), ToWide(name).data(), ToWide(options.text).data(), 0, 0,
+                                MAPI_UNICODE),
+        "add service '" + options.service + "'");
+  context.output.PrintDone("Added service '" + options.service + "'.");
+}
+
+void ConfigureService(Context& context, const ConfigureServiceOptions& options) {
   Library library(context.app_key);
   Com<IMsgServiceAdmin> admin = library.OpenServices(context.profile);
   MAPIUID uid = FindService(admin.get(), options.service);
@@ -113,7 +105,7 @@ void Configure(Context& context, const ConfigureOptions& options) {
   context.output.PrintDone("Configured service '" + options.service + "'.");
 }
 
-void Show(Context& context, const std::string& service) {
+void ShowService(Context& context, const std::string& service) {
   Library library(context.app_key);
   Com<IMsgServiceAdmin> admin = library.OpenServices(context.profile);
   MAPIUID uid = FindService(admin.get(), service);
@@ -127,50 +119,12 @@ void Show(Context& context, const std::string& service) {
   context.output.PrintObject(object);
 }
 
-}  // namespace
-
-void AddServiceCommands(CLI::App& app, Context& context) {
-  CLI::App* group =
-      app.add_subcommand("service", "add, list and change a profile's message services")->require_subcommand(1);
-  group->fallthrough();
-
-  CLI::App* command = group->add_subcommand("list", "list the services");
-  AddProfileOption(command, context);
-  command->callback([&context] { List(context); });
-
-  auto add = std::make_shared<AddOptions>();
-  command = group->add_subcommand("add", "add a service of the definition file");
-  command->add_option("service", add->service, "its name in the definition file")->required();
-  command->add_option("--name", add->name, "display name, if the file has none");
-  command->add_option("--text", add->text, "creation text for its library: the vCard service takes its folder");
-  AddProfileOption(command, context);
-  command->callback([&context, add] { Add(context, *add); });
-
-  auto removed = std::make_shared<std::string>();
-  command = group->add_subcommand("remove", "remove a service");
-  command->add_option("service", *removed, "its name or identifier")->required();
-  AddProfileOption(command, context);
-  command->callback([&context, removed] {
-    Library library(context.app_key);
-    Com<IMsgServiceAdmin> admin = library.OpenServices(context.profile);
-    MAPIUID uid = FindService(admin.get(), *removed);
-    Check(admin->DeleteMsgService(&uid), "remove service '" + *removed + "'");
-    context.output.PrintDone("Removed service '" + *removed + "'.");
-  });
-
-  auto configure = std::make_shared<ConfigureOptions>();
-  command = group->add_subcommand("configure", "change a service's settings");
-  command->add_option("service", configure->service, "its name or identifier")->required();
-  command->add_option("--set", configure->assignments, "a property: NAME=VALUE or hexadecimal tag=VALUE");
-  command->add_flag("--dialog", configure->dialog, "let the service's library ask");
-  AddProfileOption(command, context);
-  command->callback([&context, configure] { Configure(context, *configure); });
-
-  auto shown = std::make_shared<std::string>();
-  command = group->add_subcommand("show", "show a service's settings");
-  command->add_option("service", *shown, "its name or identifier")->required();
-  AddProfileOption(command, context);
-  command->callback([&context, shown] { Show(context, *shown); });
+void RemoveService(Context& context, const std::string& service) {
+  Library library(context.app_key);
+  Com<IMsgServiceAdmin> admin = library.OpenServices(context.profile);
+  MAPIUID uid = FindService(admin.get(), service);
+  Check(admin->DeleteMsgService(&uid), "remove service '" + service + "'");
+  context.output.PrintDone("Removed service '" + service + "'.");
 }
 
 }  // namespace host

@@ -1,15 +1,14 @@
 // keluab path, pab, directory: the profile's search path, personal address book and default directory.
-#include <memory>
-
 #include "commands.h"
 #include "entries.h"
 #include "failure.h"
+#include "library.h"
 #include "values.h"
 
 namespace host {
-namespace {
-
 using namespace uab;
+
+namespace {
 
 // The container's path, or its identifier when the hierarchy does not have it.
 std::string PathOf(const std::vector<Container>& containers, const std::string& id) {
@@ -39,22 +38,6 @@ void SetPath(IAddrBook* book, const std::vector<std::string>& references) {
   Check(book->SetSearchPath(0, path.get()), "set the search path");
 }
 
-void Path(Context& context, const std::vector<std::string>& references) {
-  Library library(context.app_key);
-  Session session(library, context.profile);
-  if (!references.empty()) SetPath(session.book(), references);
-  std::vector<Container> containers = ListContainers(session.book());
-  Rows path;
-  HRESULT hr = session.book()->GetSearchPath(0, path.Put());
-  if (hr != MAPI_E_NOT_FOUND) Check(hr, "read the search path");
-  Json rows = Json::array();
-  for (ULONG i = 0; path.get() != nullptr && i < path->cRows; ++i) {
-    std::string id = BytesOf(path->aRow[i].lpProps[0], PR_ENTRYID);
-    rows.push_back({{"container", PathOf(containers, id)}, {"id", ToHex(id.data(), id.size())}});
-  }
-  context.output.PrintTable({{"container", "SEARCH PATH"}}, rows, "The search path is empty.");
-}
-
 using Getter = HRESULT (UAB_CALL IAddrBook::*)(ULONG*, ENTRYID**);
 using Setter = HRESULT (UAB_CALL IAddrBook::*)(ULONG, ENTRYID*);
 
@@ -75,28 +58,28 @@ void OneContainer(Context& context, const std::string& reference, const std::str
 
 }  // namespace
 
-void AddSettingCommands(CLI::App& app, Context& context) {
-  auto references = std::make_shared<std::vector<std::string>>();
-  CLI::App* command = app.add_subcommand("path", "show or set the search path");
-  command->add_option("containers", *references, "the containers in search order");
-  AddProfileOption(command, context);
-  command->callback([&context, references] { Path(context, *references); });
+void SearchPath(Context& context, const std::vector<std::string>& references) {
+  Library library(context.app_key);
+  Session session(library, context.profile);
+  if (!references.empty()) SetPath(session.book(), references);
+  std::vector<Container> containers = ListContainers(session.book());
+  Rows path;
+  HRESULT hr = session.book()->GetSearchPath(0, path.Put());
+  if (hr != MAPI_E_NOT_FOUND) Check(hr, "read the search path");
+  Json rows = Json::array();
+  for (ULONG i = 0; path.get() != nullptr && i < path->cRows; ++i) {
+    std::string id = BytesOf(path->aRow[i].lpProps[0], PR_ENTRYID);
+    rows.push_back({{"container", PathOf(containers, id)}, {"id", ToHex(id.data(), id.size())}});
+  }
+  context.output.PrintTable({{"container", "SEARCH PATH"}}, rows, "The search path is empty.");
+}
 
-  auto pab = std::make_shared<std::string>();
-  command = app.add_subcommand("pab", "show or set the personal address book");
-  command->add_option("container", *pab, "a modifiable container");
-  AddProfileOption(command, context);
-  command->callback([&context, pab] {
-    OneContainer(context, *pab, "personal address book", &IAddrBook::GetPAB, &IAddrBook::SetPAB);
-  });
+void PersonalBook(Context& context, const std::string& container) {
+  OneContainer(context, container, "personal address book", &IAddrBook::GetPAB, &IAddrBook::SetPAB);
+}
 
-  auto directory = std::make_shared<std::string>();
-  command = app.add_subcommand("directory", "show or set the default directory");
-  command->add_option("container", *directory, "a container with recipients");
-  AddProfileOption(command, context);
-  command->callback([&context, directory] {
-    OneContainer(context, *directory, "default directory", &IAddrBook::GetDefaultDir, &IAddrBook::SetDefaultDir);
-  });
+void DefaultDirectory(Context& context, const std::string& container) {
+  OneContainer(context, container, "default directory", &IAddrBook::GetDefaultDir, &IAddrBook::SetDefaultDir);
 }
 
 }  // namespace host
