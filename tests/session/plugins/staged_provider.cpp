@@ -86,32 +86,48 @@ struct Table final : Counted<RefusingTable> {
   ULONG position = 0;
 };
 
-HRESULT GetContainerProps(ULONG* count, SPropValue** values) {
+HRESULT PutContainerProp(SPropValue& value, ULONG tag, void* head) {
   static const WCHAR kName[] = UAB_TEXT("Staged");
-  void* block = nullptr;
+  switch (tag) {
+    case PR_ENTRYID:
+      return PutId(value, {PROVIDER_NUMBER, StagedId::kContainer}, head);
+    case PR_OBJECT_TYPE:
+      return PutNumber(value, tag, MAPI_ABCONT), S_OK;
+    case PR_CONTAINER_FLAGS:
+      return PutNumber(value, tag, AB_RECIPIENTS | AB_MODIFIABLE), S_OK;
+    case PR_DEPTH:
+      return PutNumber(value, tag, 0), S_OK;
+    case PR_DISPLAY_NAME_W:
+      break;
+    default:
+      return PutNumber(value, WithPropType(tag, PT_ERROR), 0x8004010Fu), S_OK;
+  }
   void* name = nullptr;
-  if (HRESULT hr = allocate_buffer(5 * sizeof(SPropValue), &block); Failed(hr)) return hr;
+  if (HRESULT hr = allocate_more(sizeof(kName), head, &name); Failed(hr)) return hr;
+  value.ulPropTag = tag;
+  value.Value.lpszW = static_cast<WCHAR*>(std::memcpy(name, kName, sizeof(kName)));
+  return S_OK;
+}
+
+HRESULT GetContainerProps(const SPropTagArray& tags, ULONG* count, SPropValue** values) {
+  void* block = nullptr;
+  if (HRESULT hr = allocate_buffer(tags.cValues * ULONG{sizeof(SPropValue)}, &block); Failed(hr)) return hr;
   auto* made = static_cast<SPropValue*>(block);
-  HRESULT hr = allocate_more(sizeof(kName), made, &name);
-  if (Succeeded(hr)) hr = PutId(made[1], {PROVIDER_NUMBER, StagedId::kContainer}, made);
+  HRESULT hr = S_OK;
+  for (ULONG i = 0; i < tags.cValues && Succeeded(hr); ++i) hr = PutContainerProp(made[i], tags.aulPropTag[i], made);
   if (Failed(hr)) {
     free_buffer(made);
     return hr;
   }
-  made[0].ulPropTag = PR_DISPLAY_NAME_W;
-  made[0].Value.lpszW = static_cast<WCHAR*>(std::memcpy(name, kName, sizeof(kName)));
-  PutNumber(made[2], PR_OBJECT_TYPE, MAPI_ABCONT);
-  PutNumber(made[3], PR_CONTAINER_FLAGS, AB_RECIPIENTS | AB_MODIFIABLE);
-  PutNumber(made[4], PR_DEPTH, 0);
-  *count = 5;
+  *count = tags.cValues;
   *values = made;
   return S_OK;
 }
 
-struct Container final : Counted<RefusingContainer> {
-  HRESULT UAB_CALL GetProps(SPropTagArray*, ULONG, ULONG* count, SPropValue** values) override {
+struct Container final : Counted<RefusingABContainer> {
+  HRESULT UAB_CALL GetProps(SPropTagArray* tags, ULONG, ULONG* count, SPropValue** values) override {
     if (HRESULT hr = stage->Answer(); Failed(hr)) return hr;
-    return GetContainerProps(count, values);
+    return GetContainerProps(*tags, count, values);
   }
   HRESULT UAB_CALL GetContentsTable(ULONG, IMAPITable** table) override {
     if (HRESULT hr = stage->Answer(); Failed(hr)) return hr;
@@ -125,9 +141,9 @@ struct Provider final : Counted<RefusingAddrBook> {
     if (section != nullptr) section->Release();
     stage->Note('R', PROVIDER_NUMBER);
   }
-  HRESULT UAB_CALL GetProps(SPropTagArray*, ULONG, ULONG* count, SPropValue** values) override {
+  HRESULT UAB_CALL GetProps(SPropTagArray* tags, ULONG, ULONG* count, SPropValue** values) override {
     if (HRESULT hr = stage->Answer(); Failed(hr)) return hr;
-    return GetContainerProps(count, values);
+    return GetContainerProps(*tags, count, values);
   }
   HRESULT UAB_CALL OpenEntry(ULONG size, ENTRYID* entry, const IID*, ULONG, ULONG* type, IUnknown** object) override {
     if (HRESULT hr = stage->Answer(); Failed(hr)) return hr;
