@@ -29,8 +29,8 @@ struct IProfAdmin : IUnknown {
   // the profile is gone again and the result is MAPI_E_USER_CANCEL.
   virtual HRESULT UAB_CALL CreateProfile(WCHAR* name, ULONG_PTR ui, ULONG flags) = 0;
 
-  virtual HRESULT UAB_CALL DeleteProfile(WCHAR* name,
-                                         ULONG flags) = 0;  // 7. The default profile's name stays recorded.
+  // 7. The default profile's name stays recorded. MAPI_E_NOT_FOUND also: null.
+  virtual HRESULT UAB_CALL DeleteProfile(WCHAR* name, ULONG flags) = 0;
 
   // 8. Shows the message service dialog for a profile; cancelled (MAPI_E_USER_CANCEL), the profile is as it was before.
   virtual HRESULT UAB_CALL ConfigureProfile(WCHAR* name, ULONG_PTR ui, ULONG flags) = 0;
