@@ -7,6 +7,7 @@
 #include "com.h"
 #include "file_io.h"
 #include "keluab/notification.h"
+#include "props/copy_engine.h"
 #include "support/hive.h"
 #include "support/refusing_objects.h"
 
@@ -78,9 +79,10 @@ struct FakeSupport : Refusing<IUABSupport> {
     return S_OK;
   }
   HRESULT UAB_CALL Reserved7() override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL DoCopyTo(const IID*, void*, ULONG, const IID*, SPropTagArray*, ULONG_PTR, IMAPIProgress*, const IID*,
-                            void*, ULONG, SPropProblemArray**) override {
-    return MAPI_E_NO_SUPPORT;
+  HRESULT UAB_CALL DoCopyTo(const IID* from, void* source, ULONG, const IID*, SPropTagArray* excluded, ULONG_PTR,
+                            IMAPIProgress*, const IID* to, void* destination, ULONG flags,
+                            SPropProblemArray** problems) override {
+    return uab::DoCopyTo({from, source}, excluded, {to, destination}, flags, problems);
   }
   HRESULT UAB_CALL DoCopyProps(const IID*, void*, SPropTagArray*, ULONG_PTR, IMAPIProgress*, const IID*, void*, ULONG,
                                SPropProblemArray**) override {
@@ -301,6 +303,28 @@ TEST_F(VCardProvider, CreatesLinksUnlinksAndDeletes) {
   auto work = OpenId<IABContainer>(Books()["work"], MAPI_ABCONT);
   EXPECT_EQ(Contents(work), (Names{"List|-|8", "Dora \xC3\xA9|+1 555 0104|6"})) << File("work.vcf");
   EXPECT_EQ(Contents(OpenId<IDistList>(ids["List"], MAPI_DISTLIST)).size(), 1u);
+}
+
+TEST_F(VCardProvider, ListsAreCopiedToAnotherFileWithTheirMembers) {
+  std::map<std::string, std::string> ids;
+  Contents(OpenId<IABContainer>(Books()["friends"], MAPI_ABCONT), &ids);
+  {
+    auto work = OpenId<IABContainer>(Books()["work"], MAPI_ABCONT);
+    auto copy = Create(*work.get(), PR_DEF_CREATE_DL, UAB_TEXT("to be overwritten"), nullptr);
+    ASSERT_EQ(copy->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+    auto all = OpenId<IDistList>(ids["All"], MAPI_DISTLIST);
+    ASSERT_EQ(all->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IDistList, copy.get(), MAPI_UNICODE, nullptr), S_OK);
+    ASSERT_EQ(copy->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+    ids["copy"] = IdOf(*copy.get());
+  }
+  const std::string file = File("work.vcf");
+  EXPECT_NE(file.find("\nX-ODD:keep"), std::string::npos) << "what no property shows is copied too: " << file;
+  EXPECT_EQ(File("friends.vcf"), kFriends);
+  Open();
+  const Names members = {"Ann|+1 555 0101|6", "Cyd|+1 555 0103|6", "Bob|-|6"};
+  EXPECT_EQ(Contents(OpenId<IDistList>(ids["copy"], MAPI_DISTLIST)), members) << file;
+  EXPECT_EQ(Contents(OpenId<IABContainer>(Books()["work"], MAPI_ABCONT)),
+            (Names{"Cyd|+1 555 0103|6", "All|-|8", members[0], members[1], members[2]}));
 }
 
 TEST_F(VCardProvider, CompletesRecipientsAndKeepsWhatElseTheyHave) {
