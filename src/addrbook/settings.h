@@ -13,7 +13,7 @@ namespace uab {
 class Settings : NonCopyable {
  public:
   // Loads what the profile's key holds. app_key is borrowed, profile_name copied. E_FAIL: no profile name, or a
-  // registry call fails. E_OUTOFMEMORY.
+  // registry call fails. E_INVALIDARG: no profile can have that name. E_OUTOFMEMORY.
   HRESULT Load(const WCHAR* app_key, const WCHAR* profile_name) noexcept;
 
   // Writes what callers have changed since Load; without changes the registry is not touched. Failures are ignored:

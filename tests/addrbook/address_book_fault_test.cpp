@@ -49,7 +49,7 @@ struct LoggedOn : AddressBookState {
 
 constexpr SweepOptions kSavesAtTheEnd = {.release_may_allocate = true};
 
-TEST(AddressBookFault, OutOfMemoryIsReportedOrTheResultIsComplete) {
+TEST(AddressBookFault, AfterRunningOutOfMemoryAllIsUsableAgain) {
   TestHive hive;
   ForEachAllocationFailure([] { return std::make_unique<LoggedOn>(); },
                            [](std::unique_ptr<LoggedOn>& state) { return UseAddressBook(*state); },
