@@ -7,6 +7,7 @@
 #include "keluab/codes.h"
 #include "keluab/exports.h"
 #include "keluab/iids.h"
+#include "keluab/notification.h"
 #include "keluab/props.h"
 #include "keluab/provider.h"
 #include "keluab/session.h"
