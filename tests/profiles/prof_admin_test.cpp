@@ -1,6 +1,7 @@
 #include "profiles/prof_admin.h"
 
 #include "profiles/profile_world.h"
+#include "support/dialog_script.h"
 
 namespace uab {
 namespace {
@@ -134,13 +135,25 @@ TEST_F(ProfAdminTest, AKeyThatIsNoProfileMakesTheTableUnreadable) {
 
 // Without a template the dialog can't be shown, which is a cancellation.
 TEST_F(ProfAdminTest, ACancelledDialogUndoesEverything) {
-  EXPECT_EQ(Create(UAB_TEXT("a"), MAPI_DIALOG | MAPI_DEFAULT_SERVICES), MAPI_E_USER_CANCEL);
+  const char* kRemoveOneAndCancel = "press 1157\ncancel\n";
+  {
+    DialogScript script(kRemoveOneAndCancel);
+    EXPECT_EQ(Create(UAB_TEXT("a"), MAPI_DIALOG | MAPI_DEFAULT_SERVICES), MAPI_E_USER_CANCEL);
+  }
   EXPECT_TRUE(ReadProfiles().empty());
   EXPECT_EQ(Table(), List{});
   ASSERT_EQ(Create(UAB_TEXT("a"), MAPI_DEFAULT_SERVICES), S_OK);
   const Profiles before = ReadProfiles();
-  EXPECT_EQ(admin_->ConfigureProfile(Mutable(UAB_TEXT("a")), 0, MAPI_UNICODE), MAPI_E_USER_CANCEL);
+  {
+    DialogScript script(kRemoveOneAndCancel);
+    EXPECT_EQ(admin_->ConfigureProfile(Mutable(UAB_TEXT("a")), 0, MAPI_UNICODE), MAPI_E_USER_CANCEL);
+  }
   EXPECT_EQ(ReadProfiles(), before);
+  {
+    DialogScript script("press 1157\nok\n");
+    EXPECT_EQ(admin_->ConfigureProfile(Mutable(UAB_TEXT("a")), 0, MAPI_UNICODE), S_OK);
+  }
+  EXPECT_NE(ReadProfiles(), before) << "confirmed: the removal stays";
   EXPECT_EQ(admin_->ConfigureProfile(Mutable(UAB_TEXT("b")), 0, MAPI_UNICODE), MAPI_E_NOT_FOUND);
 }
 
