@@ -5,6 +5,7 @@
 #include <memory>
 #include <new>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "frame/allocation_chain.h"
@@ -73,10 +74,13 @@ TEST(FailureSweep, OtherThreadsAreLeftAlone) {
 // Each of these faults has to fail the sweep; nothing in here may refer to a local variable.
 struct Leak {
   static inline void* last = nullptr;
+  static inline void* more[4] = {};
+  static void FreeMore() {
+    for (void*& block : more) ::operator delete(std::exchange(block, nullptr));
+  }
   static HRESULT OfHeap(int) {
-    ::operator delete(last);
-    last = nullptr;
-    last = ::operator new(24);
+    FreeMore();
+    for (void*& block : more) block = ::operator new(24, std::nothrow);
     return S_OK;
   }
   static HRESULT OfChain(int) {
@@ -90,9 +94,8 @@ struct AllocatingDestructor {
 void Ignore(int, HRESULT) {}
 
 TEST(FailureSweep, ReportsWhatAnOperationDoesWrong) {
-  EXPECT_NONFATAL_FAILURE(ForEachAllocationFailure(kNoState, Leak::OfHeap, Ignore), "general heap, 24 bytes");
-  ::operator delete(Leak::last);
-  Leak::last = nullptr;
+  EXPECT_NONFATAL_FAILURE(ForEachAllocationFailure(kNoState, Leak::OfHeap, Ignore), "block 3, general heap, 24 bytes");
+  Leak::FreeMore();
   EXPECT_NONFATAL_FAILURE(ForEachAllocationFailure(kNoState, Leak::OfChain, Ignore), "task allocator, 49 bytes");
   UABFreeBuffer(Leak::last);
   EXPECT_NONFATAL_FAILURE(ForEachAllocationFailure(kNoState, [](int) { return S_OK; }), "requests nothing");

@@ -184,7 +184,7 @@ std::size_t HeapWatch::live() const { return block_count.load(); }
 
 std::string HeapWatch::Describe() const {
   UnwatchedScope unwatched;
-  std::vector<Block> blocks;
+  std::vector<Block, MallocAllocator<Block>> blocks;  // of the general heap it would wait for the lock when it grows
   {
     std::lock_guard lock(blocks_lock);
     for (const auto& [address, block] : Blocks()) blocks.push_back(block);
