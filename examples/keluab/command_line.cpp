@@ -120,13 +120,13 @@ void AddRecipientCommands(CLI::App& app, Arguments& a) {
 
 void AddSettingCommands(CLI::App& app, Arguments& a) {
   CLI::App* command =
-      AddProfiled(&app, a, "path", "show or set the search path", [&a] { SearchPath(a.context, a.names); });
+      AddProfiled(&app, a, "path", "show or set the search path", [&a] { SearchPathSetting(a.context, a.names); });
   command->add_option("containers", a.names, "the containers in search order");
   command = AddProfiled(&app, a, "pab", "show or set the personal address book",
-                        [&a] { PersonalBook(a.context, a.container); });
+                        [&a] { PersonalBookSetting(a.context, a.container); });
   command->add_option("container", a.container, "a modifiable container");
   command = AddProfiled(&app, a, "directory", "show or set the default directory",
-                        [&a] { DefaultDirectory(a.context, a.container); });
+                        [&a] { DefaultDirectorySetting(a.context, a.container); });
   command->add_option("container", a.container, "a container with recipients");
 }
 

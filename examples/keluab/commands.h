@@ -71,8 +71,8 @@ struct CopyOptions {
 void CopyEntries(Context& context, const CopyOptions& options);
 
 // setting_commands.cpp
-void SearchPath(Context& context, const std::vector<std::string>& containers);  // none: shows it
-void PersonalBook(Context& context, const std::string& container);              // empty: shows it
-void DefaultDirectory(Context& context, const std::string& container);
+void SearchPathSetting(Context& context, const std::vector<std::string>& containers);  // none: shows it
+void PersonalBookSetting(Context& context, const std::string& container);              // empty: shows it
+void DefaultDirectorySetting(Context& context, const std::string& container);
 
 }  // namespace host

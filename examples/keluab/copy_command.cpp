@@ -24,17 +24,24 @@ std::string TemplateFor(IABContainer* container, ULONG type) {
 
 void CopyEntry(IAddrBook* book, IABContainer* container, const Entry& entry) {
   Com<IMAPIProp> source = OpenProps(book, entry.id, 0, "'" + entry.name + "'");
-  static constexpr TagArray<1> kType = {1, {PR_OBJECT_TYPE}};
+  static constexpr TagArray<2> kTags = {2, {PR_OBJECT_TYPE, PR_DISPLAY_NAME_W}};
   Properties properties;
-  Check(properties.Read(source.get(), kType.address()), "read '" + entry.name + "'");
+  Check(properties.Read(source.get(), kTags.address()), "read '" + entry.name + "'");
   ULONG type = NumberOf(properties[0], PR_OBJECT_TYPE);
   std::string entry_template = TemplateFor(container, type);
   Com<IMAPIProp> created;
   Check(container->CreateEntry(IdSize(entry_template), IdPointer(entry_template), 0, created.Put()), "create an entry");
+  // A new entry has its identifier, which the engine tells copies apart by, from its first saving on.
+  WideText name = ToWide(TextOf(properties[1], PR_DISPLAY_NAME_W));
+  SPropValue display_name{};
+  display_name.ulPropTag = PR_DISPLAY_NAME_W;
+  display_name.Value.lpszW = name.data();
+  Check(created->SetProps(1, &display_name, nullptr), "name the copy of '" + entry.name + "'");
+  Check(created->SaveChanges(KEEP_OPEN_READWRITE), "save a new entry");
   const IID& iid = type == MAPI_DISTLIST ? IID_IDistList : IID_IMailUser;
   Check(source->CopyTo(0, nullptr, nullptr, 0, nullptr, &iid, created.get(), MAPI_UNICODE, nullptr),
         "copy '" + entry.name + "'");
-  Check(created->SaveChanges(0), "save the copy of '" + entry.name + "'");
+  Check(created->SaveChanges(KEEP_OPEN_READWRITE), "save the copy of '" + entry.name + "'");
 }
 
 }  // namespace

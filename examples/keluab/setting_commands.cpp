@@ -58,7 +58,7 @@ void OneContainer(Context& context, const std::string& reference, const std::str
 
 }  // namespace
 
-void SearchPath(Context& context, const std::vector<std::string>& references) {
+void SearchPathSetting(Context& context, const std::vector<std::string>& references) {
   Library library(context.app_key);
   Session session(library, context.profile);
   if (!references.empty()) SetPath(session.book(), references);
@@ -74,11 +74,11 @@ void SearchPath(Context& context, const std::vector<std::string>& references) {
   context.output.PrintTable({{"container", "SEARCH PATH"}}, rows, "The search path is empty.");
 }
 
-void PersonalBook(Context& context, const std::string& container) {
+void PersonalBookSetting(Context& context, const std::string& container) {
   OneContainer(context, container, "personal address book", &IAddrBook::GetPAB, &IAddrBook::SetPAB);
 }
 
-void DefaultDirectory(Context& context, const std::string& container) {
+void DefaultDirectorySetting(Context& context, const std::string& container) {
   OneContainer(context, container, "default directory", &IAddrBook::GetDefaultDir, &IAddrBook::SetDefaultDir);
 }
 
