@@ -18,7 +18,6 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
 endif()
 if(WIN32)
   target_compile_definitions(keluab_options INTERFACE UNICODE _UNICODE)
-  # GetProcAddress and the like are declared without their parameters there.
 else()
   # Unique symbols would keep the library in the process after dlclose.
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
