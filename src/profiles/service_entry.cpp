@@ -21,7 +21,8 @@ HRESULT CallServiceEntry(IMAPIProp& section, const ServiceCall& call) noexcept {
   HRESULT hr = call_out([&] { return section.GetProps(kTags.address(), MAPI_UNICODE, &count, names.Put()); });
   if (Failed(hr)) return hr;
   if (!names || count != 2 || names.Get()[0].ulPropTag != PR_SERVICE_DLL_NAME_W ||
-      names.Get()[1].ulPropTag != PR_SERVICE_ENTRY_NAME) {
+      names.Get()[1].ulPropTag != PR_SERVICE_ENTRY_NAME || names.Get()[0].Value.lpszW == nullptr ||
+      names.Get()[1].Value.lpszA == nullptr) {
     return MAPI_E_INVALID_OBJECT;
   }
   PathBuffer path;
