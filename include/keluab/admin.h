@@ -49,8 +49,10 @@ struct IProfAdmin : IUnknown {
 struct IMsgServiceAdmin : IUnknown {
   virtual HRESULT UAB_CALL GetLastError(HRESULT result, ULONG flags, MAPIERROR** error) = 0;  // 4. S_OK, writes nothing
 
-  // 5. Stores a new table of the services as they are in the registry, with ten columns, PR_INSTANCE_KEY to
-  // PR_RESOURCE_FLAGS. E_INVALIDARG: a null out pointer. E_FAIL: anything else, also flags without MAPI_UNICODE.
+  // 5. Stores a new table of the services. One that is read from the registry has ten columns, PR_INSTANCE_KEY to
+  // PR_RESOURCE_FLAGS; the first one behind CreateMsgService or DeleteMsgService is the one they worked on and has no
+  // column set, so each row shows what it holds: set the columns that you read.
+  // E_INVALIDARG: a null out pointer. E_FAIL: anything else, also flags without MAPI_UNICODE.
   virtual HRESULT UAB_CALL GetMsgServiceTable(ULONG flags, IMAPITable** table) = 0;
 
   // 6. Adds the service that the definition file's "Services" section names, calls its library with MSG_SERVICE_CREATE
