@@ -17,52 +17,35 @@ String Native(std::string_view path) {
   return native;
 }
 
-TEST(ModulePath, FileBesideTheModule) {
-  struct {
-    std::string module, name, path;
+TEST(ModulePath, FileBesideTheModuleOrOfItsName) {
+  const std::string longest = "/" + std::string(258, 'm'), full = "/" + std::string(254, 'm');
+  const struct {
+    std::string module, name;  // ".ini": the extension of the module's own name
+    std::string path;          // empty: not to be had
   } cases[] = {
       {"/lib/KELUAB.so", "ab.dll", "/lib/ab.dll"},
       {"KELUAB.so", "ab.dll", "ab.dll"},
       {"/lib/KELUAB.so", std::string(254, 'n'), "/lib/" + std::string(254, 'n')},  // 259 and the terminator
       {"/lib/KELUAB.so", std::string(255, 'n'), "/lib/"},
-      {"/" + std::string(258, 'm'), "", "/"},
+      {longest, "", "/"},
+      {"", "ab.dll", ""},
+      {longest + "m", "ab.dll", ""},
+      {"/lib.d/KELUAB.so", ".ini", "/lib.d/KELUAB.ini"},
+      {"/lib.d/KELUAB", ".ini", "/lib.d/KELUAB.ini"},
+      {"/lib/a.b.so", ".ini", "/lib/a.b.ini"},
+      {"/lib/.so", ".ini", "/lib/.ini"},
+      {full, ".ini", full + ".ini"},
+      {full + "m", ".ini", ""},
+      {"", ".ini", ""},
+      {longest + "m", ".ini", ""},
   };
   for (const auto& each : cases) {
     ModulePlace place(Native(each.module));
-    PathBuffer path;
-    EXPECT_TRUE(PathBesideModule(nullptr, String(each.name.begin(), each.name.end()).c_str(), path)) << each.module;
-    EXPECT_EQ(path, Native(each.path)) << each.module << " " << each.name;
-  }
-}
-
-TEST(ModulePath, ExtensionIsThatOfTheFileName) {
-  std::string full = "/" + std::string(254, 'm');
-  struct {
-    std::string module, path;
-  } cases[] = {
-      {"/lib.d/KELUAB.so", "/lib.d/KELUAB.ini"},
-      {"/lib.d/KELUAB", "/lib.d/KELUAB.ini"},
-      {"/lib/a.b.so", "/lib/a.b.ini"},
-      {"/lib/.so", "/lib/.ini"},
-      {full, full + ".ini"},
-  };
-  for (const auto& each : cases) {
-    ModulePlace place(Native(each.module));
-    PathBuffer path;
-    EXPECT_TRUE(ModulePathWithExtension(nullptr, UAB_TEXT(".ini"), path)) << each.module;
-    EXPECT_EQ(path, Native(each.path));
-  }
-}
-
-TEST(ModulePath, PathThatIsNotToBeHadIsEmpty) {
-  for (const std::string& module : {std::string(), "/" + std::string(259, 'm'), "/" + std::string(255, 'm')}) {
-    ModulePlace place(Native(module));
     PathBuffer path = UAB_TEXT("before");
-    EXPECT_FALSE(ModulePathWithExtension(nullptr, UAB_TEXT(".ini"), path)) << module.size();
-    EXPECT_EQ(path[0], 0);
-    if (module.size() == 256) continue;  // only the extension does not fit
-    EXPECT_FALSE(PathBesideModule(nullptr, UAB_TEXT("ab.dll"), path)) << module.size();
-    EXPECT_EQ(path[0], 0);
+    bool found = each.name == ".ini" ? ModulePathWithExtension(nullptr, UAB_TEXT(".ini"), path)
+                                     : PathBesideModule(nullptr, String(each.name.begin(), each.name.end()).c_str(), path);
+    EXPECT_EQ(found, !each.path.empty()) << each.module << " " << each.name;
+    EXPECT_EQ(path, Native(each.path)) << each.module << " " << each.name;
   }
 }
 

