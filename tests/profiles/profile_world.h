@@ -4,19 +4,14 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-#include <string>
-#include <vector>
-
 #include "frame/allocation_chain.h"
 #include "frame/module.h"
-#include "platform/registry.h"
 #include "profiles/msg_service_admin.h"
 #include "profiles/prof_admin.h"
 #include "profiles/test_service.h"
-#include "support/hive.h"
 #include "support/module_place.h"
 #include "support/values.h"
+#include "tables/registry_contents.h"
 
 namespace uab {
 
@@ -26,42 +21,14 @@ inline constexpr const WCHAR* kRoot = UAB_TEXT("Software\\Ostrel\\QUILLDOC\\Test
 // Slots take strings that they never write to.
 inline WCHAR* Mutable(const WCHAR* text) { return const_cast<WCHAR*>(text); }
 
-using Bytes = std::vector<BYTE>;
-using Values = std::map<Text, Bytes>;
-using Services = std::map<Text, Values>;    // of a profile, by identifier
 using Profiles = std::map<Text, Services>;  // by name
-
-inline std::vector<Text> Names(HKEY key, LSTATUS (*enumerate)(HKEY, DWORD, WCHAR*, DWORD) noexcept) {
-  std::vector<Text> names;
-  WCHAR name[kKeyNameCapacity];
-  for (DWORD index = 0; enumerate(key, index, name, kKeyNameCapacity) == 0; ++index) names.emplace_back(name);
-  return names;
-}
-
-inline Bytes ReadBytes(HKEY key, const Text& name) {
-  DWORD size = 0;
-  if (RegQueryValueExW(key, name.c_str(), nullptr, nullptr, nullptr, &size) != 0) return {};
-  Bytes data(size);
-  RegQueryValueExW(key, name.c_str(), nullptr, nullptr, data.data(), &size);
-  return data;
-}
-
-inline Services ReadServices(HKEY profile) {
-  Services services;
-  for (const Text& uid : Names(profile, &EnumSubkey)) {
-    UniqueKey service;
-    EXPECT_EQ(OpenKey(profile, uid.c_str(), KEY_READ, &service), S_OK);
-    for (const Text& name : Names(service.Get(), &EnumValueName)) services[uid][name] = ReadBytes(service.Get(), name);
-  }
-  return services;
-}
 
 // Everything below the profile root.
 inline Profiles ReadProfiles() {
   Profiles profiles;
   UniqueKey root;
   if (Failed(OpenKey(HKEY_CURRENT_USER, kRoot, KEY_READ, &root))) return profiles;
-  for (const Text& name : Names(root.Get(), &EnumSubkey)) {
+  for (const Text& name : NamesIn(root.Get(), &EnumSubkey)) {
     UniqueKey profile;
     EXPECT_EQ(OpenKey(root.Get(), name.c_str(), KEY_READ, &profile), S_OK);
     profiles[name] = ReadServices(profile.Get());

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "props/prop_values.h"
@@ -12,16 +13,15 @@ namespace {
 
 constexpr ULONG P = PropTag(PT_LONG, 0x6601), Q = PropTag(PT_LONG, 0x6602), S = PropTag(PT_LONG, 0x6603);
 
-// An entry with these properties, each holding its tag's identifier.
+// An entry with these properties.
 struct Entry {
   ADRENTRY entry{};
   explicit Entry(const std::vector<ULONG>& tags) {
     if (tags.empty()) return;
-    void* values = nullptr;
-    EXPECT_EQ(UABAllocateBuffer(static_cast<ULONG>(sizeof(SPropValue) * tags.size()), &values), S_OK);
-    entry = {0, static_cast<ULONG>(tags.size()), static_cast<SPropValue*>(values)};
-    for (std::size_t i = 0; i < tags.size(); ++i)
-      entry.rgPropVals[i] = LongValue(tags[i], static_cast<LONG>(PropId(tags[i])));
+    ChainPtr<SPropValue> values;
+    EXPECT_EQ(AllocateInto(values, sizeof(SPropValue) * tags.size()), S_OK);
+    std::transform(tags.begin(), tags.end(), values.Get(), [](ULONG tag) { return LongValue(tag, 1); });
+    entry = {0, static_cast<ULONG>(tags.size()), values.Detach()};
   }
   ~Entry() { UABFreeBuffer(entry.rgPropVals); }
   std::vector<ULONG> Tags() const {

@@ -16,6 +16,8 @@
 namespace uab {
 namespace {
 
+using Text = std::basic_string<WCHAR>;
+
 constexpr TagArray<2> kContents = {2, {PR_DISPLAY_NAME_W, PR_CONTAINER_CONTENTS}};
 constexpr TagArray<1> kContentsAlone = {1, {PR_CONTAINER_CONTENTS}};
 
@@ -42,7 +44,7 @@ struct Store {
     for (const std::string& id : entry.members) {
       FakeEntryPtr member = provider->Find(id);
       const PropNode* name = member->props.Find(PR_DISPLAY_NAME_W);
-      const std::basic_string<WCHAR> wide = name != nullptr ? RecordText(name->record) : UAB_TEXT("?");
+      const Text wide = name != nullptr ? RecordText(name->record) : UAB_TEXT("?");
       names += names.empty() ? "" : " ";
       names.append(wide.begin(), wide.end());
       if (member->type == MAPI_DISTLIST) names += levels == 0 ? "..." : "(" + Members(*member, levels - 1) + ")";
@@ -117,19 +119,13 @@ TEST(CopyEngine, TemplatesDecideWhatIsMade) {
     EXPECT_EQ(store.CopyProps(kContents.address()), c.result);
     EXPECT_EQ(store.Copied(), c.copied);
   }
-}
-
-TEST(CopyEngine, RowsOfTheTemplateTable) {
   Store store;
   FakeEntry& destination = store.provider->AddContainer("people");
   store.provider->AddList("source", {"ann"});
-  // Only the last row for users and the first for lists exist when they are used.
-  for (auto [name, type] : {std::pair("u1", DT_MAILUSER), {"l1", DT_DISTLIST}, {"u2", DT_MAILUSER}}) {
-    store.provider->AddTemplate(destination, name, type);
-  }
+  for (const char* name : {"u1", "u2"}) store.provider->AddTemplate(destination, name, DT_MAILUSER);
   store.provider->At("u1").type = MAPI_DISTLIST;
   EXPECT_EQ(store.CopyProps(kContents.address(), "source", "people"), S_OK);
-  EXPECT_EQ(store.Members(destination), "ann") << "made from u2";
+  EXPECT_EQ(store.Members(destination), "ann") << "made from the last row";
 }
 
 TEST(CopyEngine, InterfacesThatGoTogether) {
@@ -146,7 +142,6 @@ TEST(CopyEngine, InterfacesThatGoTogether) {
       {&IID_IDistList, &IID_IDistList, kContents.address(), S_OK},
       {&IID_IABContainer, &IID_IDistList, kContents.address(), S_OK},
       {&IID_IMAPIContainer, &IID_IDistList, kContents.address(), MAPI_E_NO_SUPPORT},
-      {&IID_IMailUser, &IID_IDistList, kContents.address(), MAPI_E_NO_SUPPORT},
       {&IID_IMailUser, &IID_IABContainer, name_and_hierarchy.address(), MAPI_E_NO_SUPPORT},
       {&IID_IMailUser, &IID_IABContainer, name.address(), S_OK},
       {&IID_IMailUser, &IID_IDistList, name_and_hierarchy.address(), S_OK},
@@ -174,23 +169,22 @@ TEST(CopyEngine, InterfacesThatGoTogether) {
 
 TEST(CopyEngine, PlainCopyLeavesBehindWhatMeansNothingElsewhere) {
   Store store;
-  FakeEntry& source = store.provider->At("ann");
+  FakeEntry &source = store.provider->At("ann"), &destination = store.provider->At("bob");
   source.props.Set(BinaryValue(PR_SEARCH_KEY, "key", 3));
   source.props.Set(TextValue(PR_COMMENT_W, UAB_TEXT("refused")));
   source.props.Set(TextValue(PR_EMAIL_ADDRESS_W, UAB_TEXT("ann@x")));
-  FakeEntry& destination = store.provider->At("bob");
+  auto text = [](const FakeEntry& entry, ULONG tag) { return Text(RecordText(entry.props.Find(tag)->record)); };
 
   constexpr TagArray<5> tags = {5, {PR_SEARCH_KEY, PR_COMMENT_W, PR_EMAIL_ADDRESS_W, PR_DISPLAY_NAME_W, PR_ADDRTYPE_W}};
   ChainPtr<SPropProblemArray> problems;
   EXPECT_EQ(store.CopyProps(tags.address(), "ann", "bob", MAPI_UNICODE | MAPI_NOREPLACE, problems.Put()), S_OK);
   EXPECT_EQ(destination.props.Find(PR_SEARCH_KEY), nullptr);
-  EXPECT_EQ(RecordText(destination.props.Find(PR_DISPLAY_NAME_W)->record), std::basic_string(UAB_TEXT("bob")));
-  EXPECT_EQ(RecordText(destination.props.Find(PR_EMAIL_ADDRESS_W)->record), std::basic_string(UAB_TEXT("ann@x")));
+  EXPECT_EQ(text(destination, PR_DISPLAY_NAME_W), UAB_TEXT("bob"));
+  EXPECT_EQ(text(destination, PR_EMAIL_ADDRESS_W), UAB_TEXT("ann@x"));
   ASSERT_TRUE(problems);
   EXPECT_EQ(problems->aProblem[0].ulPropTag, PR_COMMENT_W);
-
   EXPECT_EQ(store.CopyProps(tags.address(), "ann", "bob"), S_OK);  // without problems; replaces
-  EXPECT_EQ(RecordText(destination.props.Find(PR_DISPLAY_NAME_W)->record), std::basic_string(UAB_TEXT("ann")));
+  EXPECT_EQ(text(destination, PR_DISPLAY_NAME_W), UAB_TEXT("ann"));
 
   // All properties, of which the two have different numbers.
   auto from = store.provider->Open("ann"), to = store.provider->Open("bob");
@@ -199,9 +193,9 @@ TEST(CopyEngine, PlainCopyLeavesBehindWhatMeansNothingElsewhere) {
 
   constexpr TagArray<1> excluded = {1, {WithPropType(PR_DISPLAY_NAME_W, PT_UNSPECIFIED)}};
   FakeEntry& third = store.provider->AddUser("third");
-  auto copy = store.provider->Open("third");
-  EXPECT_EQ(DoCopyTo({&IID_IMailUser, from.Get()}, excluded.address(), {&IID_IMailUser, copy.Get()}, 0, nullptr), S_OK);
-  EXPECT_EQ(RecordText(third.props.Find(PR_DISPLAY_NAME_W)->record), std::basic_string(UAB_TEXT("third")));
+  to = store.provider->Open("third");
+  EXPECT_EQ(DoCopyTo({&IID_IMailUser, from.Get()}, excluded.address(), {&IID_IMailUser, to.Get()}, 0, nullptr), S_OK);
+  EXPECT_EQ(text(third, PR_DISPLAY_NAME_W), UAB_TEXT("third"));
   EXPECT_NE(third.props.Find(PR_EMAIL_ADDRESS_W), nullptr);
 }
 
@@ -223,7 +217,6 @@ TEST(CopyEngine, DepthIsBoundedByMemoryAlone) {
   const std::size_t before = store.provider->size();
   EXPECT_EQ(store.CopyProps(kContents.address()), S_OK);
   EXPECT_EQ(store.provider->size() - before, std::size_t{kDepth});
-  EXPECT_EQ(store.provider->live_objects, 0);
 }
 
 // A copy of every sort of member, for the sweeps.
@@ -252,17 +245,10 @@ TEST(CopyEngine, EveryCallDoneBadly) {
         store.provider->DoBadly(call, misdeed, lasting);
         HRESULT hr = CopyAll(store);
         misbehaved = store.provider->misbehaved();
-        if (misdeed == Misdeed::kFails) {
-          EXPECT_TRUE(hr == S_OK || hr == kFakeFailure || hr == MAPI_E_NOT_FOUND) << std::hex << hr;
-        }
-        if (misdeed == Misdeed::kThrows) {
-          EXPECT_TRUE(hr == S_OK || hr == E_FAIL || hr == MAPI_E_NOT_FOUND) << std::hex << hr;
-        }
+        const HRESULT answer = misdeed == Misdeed::kFails ? kFakeFailure : misdeed == Misdeed::kThrows ? E_FAIL : hr;
+        EXPECT_TRUE(hr == S_OK || hr == answer || hr == MAPI_E_NOT_FOUND) << std::hex << hr;
         EXPECT_EQ(store.provider->live_objects, 0);
-        if (!misbehaved) {
-          EXPECT_EQ(hr, S_OK);
-          EXPECT_EQ(store.Copied(), "ann a(bob) bob b(ann b(ann b(ann b...)))");
-        }
+        EXPECT_TRUE(misbehaved || (hr == S_OK && store.Copied() == "ann a(bob) bob b(ann b(ann b(ann b...)))"));
         if (testing::Test::HasFailure()) return;
       }
     }

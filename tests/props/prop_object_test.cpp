@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "frame/allocation_chain.h"
 #include "support/values.h"
 
@@ -47,14 +49,12 @@ TEST_F(PropObjectTest, GetPropsAnswersByIdentifier) {
 TEST_F(PropObjectTest, RefusalsWriteNothing) {
   TagArray<1> tags = {1, {PR_DEPTH}}, none = {0, {}};
   SPropValue* untouched = reinterpret_cast<SPropValue*>(this);
-  SPropTagArray* list = reinterpret_cast<SPropTagArray*>(this);
   EXPECT_EQ(object_.GetProps(tags.address(), 0, &count_, &untouched), MAPI_E_BAD_CHARWIDTH);
   EXPECT_EQ(object_.GetProps(none.address(), MAPI_UNICODE, &count_, &untouched), E_INVALIDARG);
   EXPECT_EQ(object_.GetProps(tags.address(), MAPI_UNICODE, nullptr, &untouched), E_INVALIDARG);
-  EXPECT_EQ(object_.GetPropList(0, &list), MAPI_E_BAD_CHARWIDTH);
+  EXPECT_EQ(object_.GetPropList(0, nullptr), MAPI_E_BAD_CHARWIDTH);
   EXPECT_EQ(count_, 99u);
   EXPECT_EQ(untouched, reinterpret_cast<SPropValue*>(this));
-  EXPECT_EQ(list, reinterpret_cast<SPropTagArray*>(this));
   EXPECT_EQ(object_.DeleteProps(nullptr, nullptr), E_INVALIDARG);
   EXPECT_EQ(object_.SetProps(1, nullptr, nullptr), E_INVALIDARG);
 }
@@ -69,21 +69,22 @@ TEST_F(PropObjectTest, NullTagsMeanEverythingInOrder) {
   EXPECT_EQ(values_.Get(), nullptr);
 }
 
-TEST_F(PropObjectTest, SetPropsReportsWhatItRefuses) {
+TEST_F(PropObjectTest, ProblemsSayWhatIsRefusedOrMissing) {
   SPropValue values[] = {BinaryValue(PR_ENTRYID, "x", 1),
                          TextValue(PR_COMMENT_W, UAB_TEXT("first")),
                          LongValue(PR_CONTAINER_CONTENTS, 0),
                          TextValue(PR_COMMENT_W, UAB_TEXT("second")),
                          LongValue(WithPropType(kMissing, PT_ERROR), 0),
                          LongValue(PropTag(PT_LONG, 0x0FF5), 1)};
+  auto problem = [this](ULONG i) {
+    const SPropProblem& found = problems_->aProblem[i];
+    return std::tuple(found.ulIndex, found.ulPropTag, found.scode);
+  };
   ASSERT_EQ(object_.SetProps(6, values, problems_.Put()), S_OK);
   ASSERT_TRUE(problems_);
   ASSERT_EQ(problems_->cProblem, 2u);
-  EXPECT_EQ(problems_->aProblem[0].ulIndex, 0u);
-  EXPECT_EQ(problems_->aProblem[0].ulPropTag, PR_ENTRYID);
-  EXPECT_EQ(problems_->aProblem[0].scode, MAPI_E_COMPUTED);
-  EXPECT_EQ(problems_->aProblem[1].ulIndex, 2u);
-  EXPECT_EQ(problems_->aProblem[1].scode, E_ACCESSDENIED);
+  EXPECT_EQ(problem(0), std::tuple(0u, PR_ENTRYID, MAPI_E_COMPUTED));
+  EXPECT_EQ(problem(1), std::tuple(2u, PR_CONTAINER_CONTENTS, E_ACCESSDENIED));
   ChainPtr<SPropTagArray> tags;
   ASSERT_EQ(object_.GetPropList(MAPI_UNICODE, tags.Put()), S_OK);
   ASSERT_EQ(tags->cValues, 4u);
@@ -91,15 +92,11 @@ TEST_F(PropObjectTest, SetPropsReportsWhatItRefuses) {
   EXPECT_EQ(Get(TagArray<1>{1, {PR_COMMENT_W}}), S_OK);
   EXPECT_EQ(TextOf(values_.Get()[0]), UAB_TEXT("second"));
   EXPECT_EQ(object_.SetProps(1, &values[0], nullptr), S_OK) << "without an array refusals are silent";
-}
 
-TEST_F(PropObjectTest, DeletePropsReportsWhatIsMissing) {
-  TagArray<2> tags = {2, {PR_DISPLAY_NAME_A, kMissing}};
-  ASSERT_EQ(object_.DeleteProps(tags.address(), problems_.Put()), S_OK);
-  ASSERT_TRUE(problems_);
-  EXPECT_EQ(problems_->cProblem, 1u);
-  EXPECT_EQ(problems_->aProblem[0].ulIndex, 1u);
-  EXPECT_EQ(problems_->aProblem[0].ulPropTag, kMissing);
+  TagArray<2> two = {2, {PR_DISPLAY_NAME_A, kMissing}};
+  ASSERT_EQ(object_.DeleteProps(two.address(), problems_.Put()), S_OK);
+  ASSERT_EQ(problems_->cProblem, 1u);
+  EXPECT_EQ(problem(0), std::tuple(1u, kMissing, MAPI_E_NOT_FOUND));
   EXPECT_EQ(Get(TagArray<1>{1, {PR_DISPLAY_NAME_W}}), MAPI_W_ERRORS_RETURNED);
   TagArray<1> rest = {1, {PR_DEPTH}};
   ASSERT_EQ(object_.DeleteProps(rest.address(), problems_.Put()), S_OK);
@@ -111,8 +108,7 @@ TEST(CheckPropTag, ComputedIdentifiersOfAnyType) {
     EXPECT_EQ(CheckPropTag(PropTag(PT_UNICODE, id)), MAPI_E_COMPUTED) << std::hex << id;
     EXPECT_EQ(CheckPropTag(PropTag(PT_OBJECT, id)), E_ACCESSDENIED) << std::hex << id;
   }
-  for (ULONG id : {0x0FF5u, 0x0FF8u, 0x0FFDu, 0x3001u})
-    EXPECT_EQ(CheckPropTag(PropTag(PT_LONG, id)), S_OK) << std::hex << id;
+  for (ULONG id : {0x0FF5u, 0x0FF8u, 0x0FFDu, 0x3001u}) EXPECT_EQ(CheckPropTag(PropTag(PT_LONG, id)), S_OK) << id;
 }
 
 }  // namespace
