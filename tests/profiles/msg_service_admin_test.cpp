@@ -10,20 +10,28 @@ namespace {
 
 using List = std::vector<Text>;
 
+Text PropText(IMAPIProp& object, ULONG tag) {
+  TagArray<1> tags = {1, {tag}};
+  ULONG count;
+  ChainPtr<SPropValue> values;
+  EXPECT_GE(object.GetProps(tags.address(), MAPI_UNICODE, &count, values.Put()), 0);
+  return TextOf(*values.Get());
+}
+
 std::vector<ULONG> contexts;  // of the calls into the service library
 
 class MsgServiceAdminTest : public ProfileWorld {
  protected:
   MsgServiceAdminTest() {
     contexts.clear();
-    EXPECT_EQ(ProfileWorld::Create(UAB_TEXT("a")), S_OK);
-    services_ = Admin(UAB_TEXT("a"));
+    EXPECT_EQ(ProfileWorld::Create(kA), S_OK);
+    services_ = Admin(kA);
   }
 
   HRESULT Add(const WCHAR* name, const WCHAR* text = nullptr, ULONG flags = 0) {
     return services_->CreateMsgService(Mutable(name), Mutable(UAB_TEXT("Mine")), Mutable(text), flags, 7, MAPI_UNICODE);
   }
-  Services Stored() { return ReadProfiles()[UAB_TEXT("a")]; }
+  Services Stored() { return ReadProfiles()[kA]; }
 
   // Display names of the services, and their identifiers.
   List Table(std::vector<MAPIUID>* uids = nullptr) {
@@ -108,7 +116,7 @@ TEST_F(MsgServiceAdminTest, AServiceThatFailsLeavesNothing) {
   };
   for (const auto& test : cases) {
     script = test.script;
-    EXPECT_EQ(Add(test.name, test.text), test.hr) << TextOf(TextValue(PR_DISPLAY_NAME_W, test.name)).size();
+    EXPECT_EQ(Add(test.name, test.text), test.hr) << &test - cases;
     EXPECT_EQ(Stored(), before);
   }
   EXPECT_EQ(Table(), List{UAB_TEXT("Mine")});
@@ -133,22 +141,26 @@ TEST_F(MsgServiceAdminTest, DeletesOneService) {
   EXPECT_EQ(now.begin()->second, before.at(now.begin()->first));
 }
 
-TEST_F(MsgServiceAdminTest, EachTableIsReadAnewWithTenColumns) {
-  ComPtr<IMAPITable> first, second;
-  ASSERT_EQ(services_->GetMsgServiceTable(MAPI_UNICODE, first.Put()), S_OK);
-  ASSERT_EQ(Add(UAB_TEXT("First")), S_OK);
-  Table();
-  ASSERT_EQ(services_->GetMsgServiceTable(MAPI_UNICODE, second.Put()), S_OK);
-  EXPECT_NE(first.Get(), second.Get());
+TEST_F(MsgServiceAdminTest, EachTableIsReadAnew) {
+  ComPtr<IMAPITable> table, older;
   ULONG count = 9;
-  EXPECT_EQ(first->GetRowCount(0, &count), S_OK);
-  EXPECT_EQ(count, 0u);
   ChainPtr<SPropTagArray> columns;
-  EXPECT_EQ(second->QueryColumns(0, columns.Put()), S_OK);
-  ASSERT_EQ(columns->cValues, 10u);
-  EXPECT_EQ(columns->aulPropTag[0], PR_INSTANCE_KEY);
-  EXPECT_EQ(services_->GetMsgServiceTable(0, second.Put()), E_FAIL);
+  EXPECT_EQ(services_->GetMsgServiceTable(0, table.Put()), E_FAIL);
   EXPECT_EQ(services_->GetMsgServiceTable(MAPI_UNICODE, nullptr), E_INVALIDARG);
+  ASSERT_EQ(services_->GetMsgServiceTable(MAPI_UNICODE, older.Put()), S_OK);
+  ASSERT_EQ(Add(UAB_TEXT("Second")), S_OK);
+  for (bool is_read : {false, true}) {  // the first one is that to which the service was added
+    ASSERT_EQ(services_->GetMsgServiceTable(MAPI_UNICODE, table.Put()), S_OK);
+    EXPECT_EQ(table->QueryColumns(0, columns.Put()), S_OK);
+    EXPECT_EQ(columns->cValues, 10u);
+    TagArray<1> one = {1, {PR_SERVICE_UID}};
+    EXPECT_EQ(table->SetColumns(one.address(), 0), S_OK);
+    if (is_read) {
+      EXPECT_EQ(columns->aulPropTag[0], PR_INSTANCE_KEY);
+    }
+  }
+  EXPECT_EQ(older->GetRowCount(0, &count), S_OK);
+  EXPECT_EQ(count, 0u);
 }
 
 TEST_F(MsgServiceAdminTest, ConfiguresByValuesOrThroughTheLibrary) {
@@ -164,7 +176,7 @@ TEST_F(MsgServiceAdminTest, ConfiguresByValuesOrThroughTheLibrary) {
     return services_->ConfigureMsgService(service, 0, flags, count, &value, &section);
   };
   EXPECT_EQ(configure(nullptr, 0, 1), E_INVALIDARG);
-  EXPECT_EQ(configure(&uid, 0, 1), MAPI_E_BAD_CHARWIDTH);
+  EXPECT_EQ(services_->ConfigureMsgService(&uid, 0, 0, 1, &value, nullptr), MAPI_E_BAD_CHARWIDTH);
   EXPECT_EQ(services_->ConfigureMsgService(&uid, 0, MAPI_UNICODE, 1, &value, nullptr), E_INVALIDARG);
   EXPECT_EQ(configure(&uid, MAPI_UNICODE, 0), E_INVALIDARG);
   EXPECT_EQ(configure(&unknown, MAPI_UNICODE, 1), MAPI_E_NOT_FOUND);
@@ -172,6 +184,14 @@ TEST_F(MsgServiceAdminTest, ConfiguresByValuesOrThroughTheLibrary) {
   EXPECT_TRUE(contexts.empty());
   EXPECT_EQ(section, nullptr);
   EXPECT_EQ(Table(), List{UAB_TEXT("new")});
+  auto other = Admin(kA);  // what it changes meanwhile is not lost
+  SPropValue comment = TextValue(PR_COMMENT_W, UAB_TEXT("comment"));
+  ComPtr<IMAPIProp> opened;
+  EXPECT_EQ(services_->OpenProfileSection(&uid, nullptr, 0, opened.Put()), S_OK);
+  EXPECT_EQ(other->ConfigureMsgService(&uid, 0, MAPI_UNICODE, 1, &comment, &section), S_OK);
+  EXPECT_EQ(configure(&uid, MAPI_UNICODE, 1), S_OK);
+  EXPECT_EQ(services_->OpenProfileSection(&uid, nullptr, 0, opened.Put()), S_OK);
+  EXPECT_EQ(PropText(*opened.Get(), PR_COMMENT_W), UAB_TEXT("comment"));
 
   value.Value.lpszW = Mutable(UAB_TEXT("newer"));
   EXPECT_EQ(configure(&uid, MAPI_UNICODE | SERVICE_UI_ALWAYS, 1), S_OK);
@@ -216,18 +236,11 @@ TEST_F(MsgServiceAdminTest, SectionsAreSnapshotsThatAreWrittenBack) {
   EXPECT_EQ(copy_to(&IID_IMAPIProp, 0), MAPI_E_BAD_CHARWIDTH);
   EXPECT_EQ(copy_to(&IID_IMailUser, MAPI_UNICODE), E_NOINTERFACE);
   EXPECT_EQ(copy_to(&IID_IProfSect, MAPI_UNICODE), S_OK);
-  auto text = [&](ULONG tag) {
-    TagArray<1> tags = {1, {tag}};
-    ULONG count;
-    ChainPtr<SPropValue> values;
-    EXPECT_GE(target->GetProps(tags.address(), MAPI_UNICODE, &count, values.Put()), 0);
-    return TextOf(*values.Get());
-  };
-  EXPECT_EQ(text(UAB_PR_FILE_NAME_W), UAB_TEXT("book"));
+  EXPECT_EQ(PropText(*target.Get(), UAB_PR_FILE_NAME_W), UAB_TEXT("book"));
   EXPECT_EQ(section->CopyProps(nullptr, 0, nullptr, &IID_IMAPIProp, target.Get(), MAPI_UNICODE, nullptr), E_INVALIDARG);
   EXPECT_EQ(section->CopyProps(excluded.address(), 0, nullptr, &IID_IMAPIProp, target.Get(), MAPI_UNICODE, nullptr),
             S_OK);
-  EXPECT_EQ(text(UAB_PR_FILE_NAME_W), UAB_TEXT("other"));
+  EXPECT_EQ(PropText(*target.Get(), UAB_PR_FILE_NAME_W), UAB_TEXT("other"));
 
   EXPECT_EQ(services_->DeleteMsgService(&uid), S_OK);
   EXPECT_EQ(section->SaveChanges(0), MAPI_E_NOT_FOUND);

@@ -21,6 +21,10 @@ inline constexpr const WCHAR* kRoot = UAB_TEXT("Software\\Ostrel\\QUILLDOC\\Test
 // Slots take strings that they never write to.
 inline WCHAR* Mutable(const WCHAR* text) { return const_cast<WCHAR*>(text); }
 
+inline WCHAR* const kA = Mutable(UAB_TEXT("a"));  // names of profiles
+inline WCHAR* const kB = Mutable(UAB_TEXT("b"));
+inline WCHAR* const kC = Mutable(UAB_TEXT("c"));
+
 using Profiles = std::map<Text, Services>;  // by name
 
 // Everything below the profile root.

@@ -58,7 +58,6 @@ TEST_F(ServiceDefinitions, FilesAndWhatTheyGive) {
       {"[Services]\nA=Text", "80070057"},  // no section of its own
       {"[Services]\n  A \t = \t Text  here\n[A]\nX=1", "A/Text  here/-/-/-/[]/[]/0;"},
       {"[services]\nA=a=b\nB=b\n[A]\nx\n[B]\n=", "A/a=b/-/-/-/[]/[]/0;B/b/-/-/-/[]/[]/0;"},
-      {"[Services]\nA=\n[A]\nX=1", "80040301"},
       {"[Services]\nA   =   \n[A]\nX=1", "80040301"},
       {"[Services]\nA\n[A]\nX=1", "80040301"},
       {"[Services]\nA B=C\n[A]\nX=1", "80040301"},
@@ -66,7 +65,6 @@ TEST_F(ServiceDefinitions, FilesAndWhatTheyGive) {
       {"[Services]\nA=1\nB=1\nA=2\n[A]\nX=1", "80040604"},
       {"[Services]\nA=1\nAA=1\na=2\n[A]\nX=1\n[AA]\nX=1", "A/1/-/-/-/[]/[]/0;AA/1/-/-/-/[]/[]/0;a/2/-/-/-/[]/[]/0;"},
       {"[Services]\n", "80070057"},
-      {"[Others]\nA=1", "80070057"},
       {"", "80070057"},
       // service lines
       {"[Services]\nA=1\n[A]\nPR_DISPLAY_NAME = N \nPR_SERVICE_DLL_NAME=a b.dll\nPR_SERVICE_ENTRY_NAME=E",
@@ -100,30 +98,23 @@ TEST_F(ServiceDefinitions, RowHasTheTenValuesInOrder) {
   const SBinary& key = row[kInstanceKeyValue].Value.bin;
   EXPECT_EQ(std::string(key.lpb, key.lpb + key.cb), std::string("N\0e\0t\0\0", 7));
   EXPECT_EQ(row[kServiceUidValue].Value.bin.cb, 0u);
-  const SWStringArray& list = row[kSupportFilesValue].Value.MVszW;
-  auto* header = reinterpret_cast<BlockHeader*>(list.lppszW) - 1;
-  EXPECT_EQ(header->size, (4u + 4 * 2) * 2 + 2);
-  EXPECT_EQ(list.lppszW[0], reinterpret_cast<WCHAR*>(list.lppszW + 2));
+  WCHAR** list = row[kSupportFilesValue].Value.MVszW.lppszW;
+  EXPECT_EQ((reinterpret_cast<BlockHeader*>(list) - 1)->size, (4u + 4 * 2) * 2 + 2);
+  EXPECT_EQ(list[0], reinterpret_cast<WCHAR*>(list + 2));
 }
 
 TEST_F(ServiceDefinitions, EncodingsAndBinaryFiles) {
-  std::string text = "[Services]\r\nA=1\r\n[A]\r\nPR_DISPLAY_NAME=";
-  std::string utf16 = "\xFF\xFE";
+  const std::string text = "[Services]\r\nA=1\r\n[A]\r\nPR_DISPLAY_NAME=";
+  std::string utf16 = "\xFF\xFE", binary = "[Services]\n";
   for (char c : text) utf16 += {c, '\0'};
-  EXPECT_EQ(ReadAndDescribe(text + "N\r\n"), "A/1/N/-/-/[]/[]/0;");
-  const std::basic_string<WCHAR> name = UAB_TEXT("\u00D6\u20AC");
-  for (const std::string& file : {std::string("\xEF\xBB\xBF") + text + "\xC3\x96\xE2\x82\xAC",
+  for (const std::string& file : {"\xEF\xBB\xBF" + text + "\xC3\x96\xE2\x82\xAC",
                                   utf16 + "\xD6" + std::string(1, '\0') + "\xAC\x20"}) {
     Write(file);
     ASSERT_EQ(Read(), S_OK);
-    EXPECT_EQ(rows_->aRow[0].lpProps[kDisplayNameValue].Value.lpszW, name);
+    EXPECT_EQ(lstrcmpW(rows_->aRow[0].lpProps[kDisplayNameValue].Value.lpszW, UAB_TEXT("\u00D6\u20AC")), 0);
   }
-  std::string binary = "[Services]\n";
   for (int i = 0; i < 5000; ++i) binary += static_cast<char>(i * 7919 >> 3);
-  Write(binary);
-  rows_.Reset();
-  EXPECT_TRUE(Failed(Read()));
-  EXPECT_FALSE(rows_);
+  EXPECT_EQ(ReadAndDescribe(binary), "80040301");
 }
 
 TEST_F(ServiceDefinitions, SectionsOfEverySizeComeBackWhole) {
