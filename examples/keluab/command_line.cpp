@@ -79,11 +79,11 @@ void AddServiceCommands(CLI::App& app, Arguments& a) {
   command->add_option("--text", a.add.text, "creation text for its library: the vCard service takes its folder");
   command = AddProfiled(group, a, "remove", "remove a service", [&a] { RemoveService(a.context, a.name); });
   command->add_option("service", a.name, "its name or identifier")->required();
-  command = AddProfiled(group, a, "configure", "change a service's settings",
+  command = AddProfiled(group, a, "configure", "have a service's library take settings, or ask for them",
                         [&a] { ConfigureService(a.context, a.configure); });
   command->add_option("service", a.configure.service, "its name or identifier")->required();
   command->add_option("--set", a.configure.assignments, "a property: NAME=VALUE or hexadecimal tag=VALUE");
-  command->add_flag("--dialog", a.configure.dialog, "let the service's library ask");
+  command->add_flag("--raw", a.configure.raw, "store the properties as they are, without the service's library");
   command = AddProfiled(group, a, "show", "show a service's settings", [&a] { ShowService(a.context, a.name); });
   command->add_option("service", a.name, "its name or identifier")->required();
 }

@@ -36,8 +36,8 @@ struct AddServiceOptions {
 };
 struct ConfigureServiceOptions {
   std::string service;
-  std::vector<std::string> assignments;  // TAG=VALUE
-  bool dialog = false;
+  std::vector<std::string> assignments;  // TAG=VALUE; none: the service's library asks
+  bool raw = false;                      // stored as they are, without the library
 };
 void ListServices(Context& context);
 void AddService(Context& context, const AddServiceOptions& options);

@@ -95,9 +95,9 @@ void ConfigureService(Context& context, const ConfigureServiceOptions& options) 
   std::vector<WideText> texts(options.assignments.size());
   std::vector<SPropValue> values;
   for (std::size_t i = 0; i < texts.size(); ++i) values.push_back(ParseAssignment(options.assignments[i], texts[i]));
-  if (values.empty() && !options.dialog) throw Failure(kExitUsage, "Give --set TAG=VALUE, or --dialog.");
+  if (values.empty() && options.raw) throw Failure(kExitUsage, "Give --set TAG=VALUE.");
   Com<IMAPIProp> section;
-  ULONG flags = MAPI_UNICODE | (options.dialog ? SERVICE_UI_ALWAYS : 0);
+  ULONG flags = MAPI_UNICODE | (options.raw ? 0 : SERVICE_UI_ALLOWED);
   Check(admin->ConfigureMsgService(&uid, 0, flags, static_cast<ULONG>(values.size()), values.data(), section.Put()),
         "configure service '" + options.service + "'");
   if (section)

@@ -44,6 +44,8 @@ const Name kNames[] = {
     {PR_SERVICE_SUPPORT_FILES_W, "SERVICE_SUPPORT_FILES"},
     {PR_SERVICE_DELETE_FILES_W, "SERVICE_DELETE_FILES"},
     {UAB_PR_FILE_NAME_W, "FILE_NAME"},
+    {0x6601001F, "VCARD_FOLDER"},  // the vCard provider's own
+    {0x6603001F, "VCARD_TEXT"},
 };
 
 Json Array(const SPropValue& value) {

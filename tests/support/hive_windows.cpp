@@ -18,6 +18,9 @@ TestHive::TestHive() {
   Text name = FreshName();
   saved_ = L"Software\\" + name;
   folder_ = std::filesystem::temp_directory_path() / name;
+  // What a killed process of the same number left.
+  RegDeleteTreeW(HKEY_CURRENT_USER, saved_.c_str());
+  std::filesystem::remove_all(folder_);
   HKEY key = nullptr;
   if (RegCreateKeyExW(HKEY_CURRENT_USER, saved_.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr) != 0 ||
       RegOverridePredefKey(HKEY_CURRENT_USER, key) != 0) {
