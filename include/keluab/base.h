@@ -35,6 +35,13 @@
 #define UAB_IMPORT
 #endif
 
+// What a provider or a service library marks its two exported functions with, inside extern "C".
+#if defined(_WIN32)
+#define UAB_PLUGIN_EXPORT __declspec(dllexport)
+#else
+#define UAB_PLUGIN_EXPORT __attribute__((visibility("default")))
+#endif
+
 namespace uab {
 
 static_assert(sizeof(void*) == 8, "KELUAB is a 64-bit library");
