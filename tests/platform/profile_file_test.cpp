@@ -34,8 +34,10 @@ class ProfileFile : public testing::Test {
 
 TEST_F(ProfileFile, SectionsAndLines) {
   Text path = Write(
-      "; head\r\nstray=1\r\n[One]\r\n  k=v w \r\n;comment\r\n\r\n \t \r\nplain\r\n ; comment\r\n\tq=\"z\"\t\r\nempty=\r\n"
-      "  [Two]  \r\na=b ; no comment\n#h=1\n=x\r\n[Three] tail\rc=d\re=[f]\r\n[one]\r\nlater=1\r\n[none]\r\n[last]\nend=1");
+      "; head\r\nstray=1\r\n[One]\r\n  k=v w \r\n;comment\r\n\r\n \t \r\nplain\r\n ; "
+      "comment\r\n\tq=\"z\"\t\r\nempty=\r\n"
+      "  [Two]  \r\na=b ; no comment\n#h=1\n=x\r\n[Three] "
+      "tail\rc=d\re=[f]\r\n[one]\r\nlater=1\r\n[none]\r\n[last]\nend=1");
   struct {
     const WCHAR* section;
     Lines lines;
@@ -78,16 +80,6 @@ TEST_F(ProfileFile, ASectionThatDoesNotFitIsCut) {
     EXPECT_EQ(result_, size - 2) << size;
     EXPECT_EQ(lines[0], Text(UAB_TEXT("abc")).substr(0, size - 2));
   }
-}
-
-TEST_F(ProfileFile, LongLinesAndLongSections) {
-  std::string content = "[long]\n" + std::string(100'000, 'x') + "\ny=1\n[big]\n";
-  for (int i = 0; i < 100'000; ++i) content += "key" + std::to_string(i) + "=v\n";
-  Text path = Write(content);
-  EXPECT_EQ(Read(path, UAB_TEXT("long")), (Lines{Text(100'000, WCHAR('x')), UAB_TEXT("y=1")}));
-  Lines lines = Read(path, UAB_TEXT("big"));
-  ASSERT_EQ(lines.size(), 100'000u);
-  EXPECT_EQ(lines.back(), UAB_TEXT("key99999=v"));
 }
 
 TEST_F(ProfileFile, WhatIsNoProfileFile) {

@@ -1,4 +1,5 @@
-// What the hive on files promises beyond the calls: between threads, between processes, and to a process that is killed.
+// What the hive on files promises beyond the calls: between threads, between processes, and to a process that is
+// killed.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -105,7 +106,8 @@ TEST_F(RegistryHive, ForeignFilesAreNoValues) {
   EXPECT_TRUE(Walk(&EnumValueName).empty());
   EXPECT_TRUE(Walk(&EnumSubkey).empty());
   DWORD size = 0;
-  EXPECT_EQ(Sys().reg_query_value(key_.Get(), u"junk", nullptr, nullptr, nullptr, &size), LSTATUS(ERROR_FILE_NOT_FOUND));
+  EXPECT_EQ(Sys().reg_query_value(key_.Get(), u"junk", nullptr, nullptr, nullptr, &size),
+            LSTATUS(ERROR_FILE_NOT_FOUND));
   EXPECT_EQ(SetText(key_.Get(), u"junk", u"good"), S_OK);
   UniqueKey made;
   EXPECT_EQ(CreateKey(key_.Get(), u"folder", &made, nullptr), S_OK);

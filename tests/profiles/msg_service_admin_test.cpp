@@ -107,10 +107,13 @@ TEST_F(MsgServiceAdminTest, AServiceThatFailsLeavesNothing) {
       {UAB_TEXT("Lost"), nullptr, script, MAPI_E_NOT_FOUND},
       {UAB_TEXT("Empty"), nullptr, script, MAPI_E_NOT_FOUND},  // a file that is no library
       {UAB_TEXT("Broken"), nullptr, script, E_FAIL},
-      {UAB_TEXT("First"), nullptr, {[](const EntryCall&) -> HRESULT { return MAPI_E_USER_CANCEL; }, false},
+      {UAB_TEXT("First"),
+       nullptr,
+       {[](const EntryCall&) -> HRESULT { return MAPI_E_USER_CANCEL; }, false},
        MAPI_E_USER_CANCEL},
       {UAB_TEXT("First"), nullptr, {script.behave, true}, E_FAIL},
-      {UAB_TEXT("First"), UAB_TEXT("text"),
+      {UAB_TEXT("First"),
+       UAB_TEXT("text"),
        {[](const EntryCall& call) -> HRESULT { return call.count == 0 ? S_OK : MAPI_E_BAD_VALUE; }, false},
        MAPI_E_BAD_VALUE},
   };
@@ -155,9 +158,7 @@ TEST_F(MsgServiceAdminTest, EachTableIsReadAnew) {
     EXPECT_EQ(columns->cValues, 10u);
     TagArray<1> one = {1, {PR_SERVICE_UID}};
     EXPECT_EQ(table->SetColumns(one.address(), 0), S_OK);
-    if (is_read) {
-      EXPECT_EQ(columns->aulPropTag[0], PR_INSTANCE_KEY);
-    }
+    EXPECT_TRUE(!is_read || columns->aulPropTag[0] == PR_INSTANCE_KEY);
   }
   EXPECT_EQ(older->GetRowCount(0, &count), S_OK);
   EXPECT_EQ(count, 0u);

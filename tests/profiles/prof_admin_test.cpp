@@ -12,7 +12,9 @@ class ProfAdminTest : public ProfileWorld {
  protected:
   HRESULT Delete(const WCHAR* name) { return admin_->DeleteProfile(Mutable(name), MAPI_UNICODE); }
   HRESULT Configure(const WCHAR* name) { return admin_->ConfigureProfile(Mutable(name), 0, MAPI_UNICODE); }
-  HRESULT Copy(const WCHAR* from, const WCHAR* to) { return admin_->CopyProfile(Mutable(from), Mutable(to), MAPI_UNICODE); }
+  HRESULT Copy(const WCHAR* from, const WCHAR* to) {
+    return admin_->CopyProfile(Mutable(from), Mutable(to), MAPI_UNICODE);
+  }
   HRESULT Rename(const WCHAR* from, const WCHAR* to) {
     return admin_->RenameProfile(Mutable(from), Mutable(to), MAPI_UNICODE);
   }
@@ -21,9 +23,9 @@ class ProfAdminTest : public ProfileWorld {
 
 TEST_F(ProfAdminTest, RefusesWhatNoProfileCanBeCalled) {
   const Text longest(64, 'x'), longer(65, 'x');
-  const std::pair<const WCHAR*, HRESULT> names[] = {{nullptr, E_INVALIDARG},       {UAB_TEXT(""), E_INVALIDARG},
-                                                    {UAB_TEXT("a\\b"), E_INVALIDARG}, {longer.c_str(), E_INVALIDARG},
-                                                    {longest.c_str(), S_OK},       {longest.c_str(), E_ACCESSDENIED}};
+  const std::pair<const WCHAR*, HRESULT> names[] = {
+      {nullptr, E_INVALIDARG},        {UAB_TEXT(""), E_INVALIDARG}, {UAB_TEXT("a\\b"), E_INVALIDARG},
+      {longer.c_str(), E_INVALIDARG}, {longest.c_str(), S_OK},      {longest.c_str(), E_ACCESSDENIED}};
   for (auto [name, hr] : names) EXPECT_EQ(Create(name), hr);
   for (const WCHAR* name : {static_cast<const WCHAR*>(nullptr), longer.c_str(), UAB_TEXT("a\\b")}) {
     EXPECT_EQ(Copy(longest.c_str(), name), E_INVALIDARG);
@@ -156,9 +158,10 @@ TEST_F(ProfAdminTest, ChecksArgumentsFirst) {
   IMAPITable* table = reinterpret_cast<IMAPITable*>(this);
   EXPECT_EQ(admin_->GetProfileTable(0, &table), MAPI_E_BAD_CHARWIDTH);
   EXPECT_EQ(table, nullptr);
-  for (HRESULT hr : {admin_->CreateProfile(nullptr, 0, 0), admin_->DeleteProfile(kA, 0), admin_->ConfigureProfile(kA, 0, 0),
-                     admin_->CopyProfile(kA, kA, 0), admin_->RenameProfile(kA, kA, 0), admin_->SetDefaultProfile(kA, 0),
-                     admin_->AdminServices(kA, 0, services.Put())}) {
+  for (HRESULT hr :
+       {admin_->CreateProfile(nullptr, 0, 0), admin_->DeleteProfile(kA, 0), admin_->ConfigureProfile(kA, 0, 0),
+        admin_->CopyProfile(kA, kA, 0), admin_->RenameProfile(kA, kA, 0), admin_->SetDefaultProfile(kA, 0),
+        admin_->AdminServices(kA, 0, services.Put())}) {
     EXPECT_EQ(hr, MAPI_E_BAD_CHARWIDTH);
   }
   EXPECT_EQ(admin_->AdminServices(kA, 0, nullptr), E_INVALIDARG);

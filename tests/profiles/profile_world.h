@@ -77,16 +77,21 @@ class ProfileWorld : public testing::Test {
                     "[Default Services]\nFirst = First one\nSecond = Second one\n"
                     "[Services]\nFirst = First one\nSecond = Second one\nBroken = Broken one\nLost = Lost one\n"
                     "Empty = Empty one\n"
-                    "[First]\nPR_SERVICE_DLL_NAME = " KELUAB_TEST_SERVICE "\nPR_SERVICE_ENTRY_NAME = TestEntry\n"
-                    "[Second]\nPR_DISPLAY_NAME = Number two\nPR_SERVICE_DLL_NAME = " KELUAB_TEST_SERVICE "\n"
+                    "[First]\nPR_SERVICE_DLL_NAME = " KELUAB_TEST_SERVICE
+                    "\nPR_SERVICE_ENTRY_NAME = TestEntry\n"
+                    "[Second]\nPR_DISPLAY_NAME = Number two\nPR_SERVICE_DLL_NAME = " KELUAB_TEST_SERVICE
+                    "\n"
                     "PR_SERVICE_ENTRY_NAME = TestEntry\nPR_RESOURCE_FLAGS = SERVICE_SINGLE_COPY\n"
-                    "[Broken]\nPR_SERVICE_DLL_NAME = " KELUAB_TEST_SERVICE "\nPR_SERVICE_ENTRY_NAME = NoEntry\n"
+                    "[Broken]\nPR_SERVICE_DLL_NAME = " KELUAB_TEST_SERVICE
+                    "\nPR_SERVICE_ENTRY_NAME = NoEntry\n"
                     "[Lost]\nPR_SERVICE_DLL_NAME = missing.lib\nPR_SERVICE_ENTRY_NAME = TestEntry\n"
                     "[Empty]\nPR_SERVICE_DLL_NAME = KELUAB.ini\nPR_SERVICE_ENTRY_NAME = TestEntry\n");
     EXPECT_EQ(UABAdminProfiles(kAppKey, nullptr, MAPI_UNICODE, admin_.Put(), 0), S_OK);
   }
 
-  HRESULT Create(const WCHAR* name, ULONG flags = 0) { return admin_->CreateProfile(Mutable(name), 0, MAPI_UNICODE | flags); }
+  HRESULT Create(const WCHAR* name, ULONG flags = 0) {
+    return admin_->CreateProfile(Mutable(name), 0, MAPI_UNICODE | flags);
+  }
 
   ComPtr<IMsgServiceAdmin> Admin(const WCHAR* name) {
     ComPtr<IMsgServiceAdmin> admin;

@@ -43,7 +43,8 @@ struct Case {
 };
 
 const Case kCases[] = {
-    {"create", [](Setting& setting) { return setting.admin->CreateProfile(kB, 0, MAPI_UNICODE | MAPI_DEFAULT_SERVICES); },
+    {"create",
+     [](Setting& setting) { return setting.admin->CreateProfile(kB, 0, MAPI_UNICODE | MAPI_DEFAULT_SERVICES); },
      [](const Profiles& before, const Profiles& now) {
        return now.size() == 2 && now.at(kA) == before.at(kA) && now.at(kB).size() == 2;
      }},
@@ -86,12 +87,15 @@ class ProfilesFault : public ProfileWorld {
 TEST_F(ProfilesFault, OutOfMemoryIsAllOrNothing) {
   for (const Case& test : kCases) {
     SCOPED_TRACE(test.name);
-    ForEachAllocationFailure([] { return Setting(); }, Unwatched(test.act), [&](Setting& setting, HRESULT hr) {
-      const Profiles now = ReadProfiles();
-      // The last request of some is that for the new table: all is stored then.
-      EXPECT_TRUE(test.is_after(setting.before, now) || (hr == E_OUTOFMEMORY && now == setting.before)) << std::hex << hr;
-      EXPECT_TRUE(hr == S_OK || hr == E_OUTOFMEMORY) << std::hex << hr;
-    });
+    ForEachAllocationFailure(
+        [] { return Setting(); }, Unwatched(test.act),
+        [&](Setting& setting, HRESULT hr) {
+          const Profiles now = ReadProfiles();
+          // The last request of some is that for the new table: all is stored then.
+          EXPECT_TRUE(test.is_after(setting.before, now) || (hr == E_OUTOFMEMORY && now == setting.before))
+              << std::hex << hr;
+          EXPECT_TRUE(hr == S_OK || hr == E_OUTOFMEMORY) << std::hex << hr;
+        });
   }
 }
 

@@ -134,25 +134,24 @@ TEST(CopyEngine, InterfacesThatGoTogether) {
   store.provider->AddContainer("container", {"ann"});
   constexpr TagArray<2> name_and_hierarchy = {2, {PR_DISPLAY_NAME_W, PR_CONTAINER_HIERARCHY}};
   constexpr TagArray<1> name = {1, {PR_DISPLAY_NAME_W}};
+  const IID *list = &IID_IDistList, *book = &IID_IABContainer, *user = &IID_IMailUser, *any = &IID_IMAPIContainer;
   const struct {
     const IID *from, *to;
     const SPropTagArray* tags;
     HRESULT result;
   } cases[] = {
-      {&IID_IDistList, &IID_IDistList, kContents.address(), S_OK},
-      {&IID_IABContainer, &IID_IDistList, kContents.address(), S_OK},
-      {&IID_IMAPIContainer, &IID_IDistList, kContents.address(), MAPI_E_NO_SUPPORT},
-      {&IID_IMailUser, &IID_IABContainer, name_and_hierarchy.address(), MAPI_E_NO_SUPPORT},
-      {&IID_IMailUser, &IID_IABContainer, name.address(), S_OK},
-      {&IID_IMailUser, &IID_IDistList, name_and_hierarchy.address(), S_OK},
-      {&IID_IDistList, &IID_IABContainer, name_and_hierarchy.address(), S_OK},
-      {&IID_IDistList, &IID_IMAPIContainer, name.address(), MAPI_E_NO_SUPPORT},
+      {list, list, kContents.address(), S_OK},
+      {book, list, kContents.address(), S_OK},
+      {any, list, kContents.address(), MAPI_E_NO_SUPPORT},
+      {user, book, name_and_hierarchy.address(), MAPI_E_NO_SUPPORT},
+      {user, book, name.address(), S_OK},
+      {user, list, name_and_hierarchy.address(), S_OK},
+      {list, any, name.address(), MAPI_E_NO_SUPPORT},
       {&IID_IProfSect, &IID_IMAPIProp, kContents.address(), S_OK},
-      {&IID_IUnknown, &IID_IDistList, name.address(), E_NOINTERFACE},
-      {&IID_IDistList, &IID_IAddrBook, name.address(), E_NOINTERFACE},
-      {nullptr, &IID_IDistList, name.address(), E_INVALIDARG},
-      {&IID_IDistList, nullptr, name.address(), E_INVALIDARG},
-      {&IID_IDistList, &IID_IDistList, nullptr, E_INVALIDARG},
+      {&IID_IUnknown, list, name.address(), E_NOINTERFACE},
+      {list, &IID_IAddrBook, name.address(), E_NOINTERFACE},
+      {nullptr, list, name.address(), E_INVALIDARG},
+      {list, list, nullptr, E_INVALIDARG},
   };
   for (const auto& c : cases) {
     auto source = store.provider->Open("source"), destination = store.provider->Open("destination");

@@ -68,7 +68,7 @@ PropNodePtr Stored(ULONG record_length, ULONG data_length, ULONG tag, ULONG coun
 TEST(PropRecord, WithoutDataIsEmptyAndCountsComeFromTheData) {
   const struct {
     ULONG record, data, tag, count, read;
-  } cases[] = {{40, 0, PR_DISPLAY_NAME_W, 0, 0}, {40, 0, PR_AB_SEARCH_PATH, 9, 0}, {40, 0, PR_ENTRYID, 9, 0},
+  } cases[] = {{40, 0, PR_DISPLAY_NAME_W, 0, 0},   {40, 0, PR_AB_SEARCH_PATH, 9, 0}, {40, 0, PR_ENTRYID, 9, 0},
                {40, 8, PR_ENTRYID, 0xFFFFFFFF, 8}, {48, 16, PR_DEPTH, 3, 3},         {48, 16, PR_AB_SEARCH_PATH, 1, 1}};
   for (const auto& c : cases) {
     PropNodePtr node = Stored(c.record, c.data, c.tag, c.count, std::vector<BYTE>(16));

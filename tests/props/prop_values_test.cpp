@@ -79,9 +79,13 @@ TEST(PropValues, CopiesOccupyWhatTheirDataNeeds) {
   const struct {
     SPropValue value;
     ULONG size;
-  } cases[] = {{TextValue(PR_DISPLAY_NAME_W, UAB_TEXT("ab")), 6},  {text8, 3}, {clsid, 16},
-               {BinaryValue(PR_ENTRYID, ab, 2), 2},                {BinaryValue(PR_ENTRYID, ab, 0), 0},
-               {TextValue(PR_DISPLAY_NAME_W, nullptr), 0},         {LongValue(PR_DEPTH, 7), 0}};
+  } cases[] = {{TextValue(PR_DISPLAY_NAME_W, UAB_TEXT("ab")), 6},
+               {text8, 3},
+               {clsid, 16},
+               {BinaryValue(PR_ENTRYID, ab, 2), 2},
+               {BinaryValue(PR_ENTRYID, ab, 0), 0},
+               {TextValue(PR_DISPLAY_NAME_W, nullptr), 0},
+               {LongValue(PR_DEPTH, 7), 0}};
   for (const auto& c : cases) {
     SCOPED_TRACE(&c - cases);
     Copied copied = Copy(c.value);

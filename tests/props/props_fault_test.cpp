@@ -22,32 +22,24 @@ SPropValue Files() {
 }
 
 TEST(PropsFault, MergeLeavesTheEntryOrCompletesIt) {
-  struct Entry {
-    ChainPtr<SPropValue> values;
-    ADRENTRY entry{};
-  };
-  TagArray<2> tags = {2, {PR_COMMENT_W, PR_DISPLAY_NAME_W}};
+  TagArray<1> tags = {1, {PR_COMMENT_W}};
   SPropValue row_value = TextValue(PR_COMMENT_W, UAB_TEXT("comment"));
   SRow row = {0, 1, &row_value};
   ForEachAllocationFailure(
       [] {
-        Entry state;
-        EXPECT_EQ(AllocateInto(state.values, 2 * sizeof(SPropValue)), S_OK);
-        EXPECT_EQ(CopyValue(state.values.Get()[0], TextValue(PR_DISPLAY_NAME_W, UAB_TEXT("name")), state.values.Get()),
-                  S_OK);
-        EXPECT_EQ(CopyValue(state.values.Get()[1], Files(), state.values.Get()), S_OK);
-        state.entry = {0, 2, state.values.Get()};
-        return state;
+        ChainPtr<SPropValue> value;
+        EXPECT_EQ(AllocateInto(value, sizeof(SPropValue)), S_OK);
+        EXPECT_EQ(CopyValue(*value.Get(), Files(), value.Get()), S_OK);
+        return value;
       },
-      [&](Entry& state) {
-        state.entry.rgPropVals = state.values.Detach();
-        HRESULT hr = MergeIntoAdrEntry(tags.address(), row, state.entry);
-        state.values.Reset(state.entry.rgPropVals);
+      [&](ChainPtr<SPropValue>& values) {
+        ADRENTRY entry = {0, 1, values.Detach()};
+        HRESULT hr = MergeIntoAdrEntry(tags.address(), row, entry);
+        values.Reset(entry.rgPropVals);
         return hr;
       },
-      [](Entry& state, HRESULT hr) {
-        EXPECT_EQ(state.entry.cValues, hr == S_OK ? 3u : 2u);
-        EXPECT_EQ(TextOf(state.entry.rgPropVals[hr == S_OK ? 1 : 0]), UAB_TEXT("name"));
+      [](ChainPtr<SPropValue>& values, HRESULT hr) {
+        EXPECT_EQ(values->ulPropTag, hr == S_OK ? PR_COMMENT_W : PR_SERVICE_SUPPORT_FILES_W);
         EXPECT_TRUE(hr == S_OK || hr == E_OUTOFMEMORY);
       });
 }
@@ -89,15 +81,17 @@ TEST(PropsFault, ObjectKeepsWhatItHad) {
 }
 
 TEST(PropsFault, TagArraysAndBinaries) {
-  ForEachAllocationFailure([] { return 0; }, [](int) -> HRESULT {
-    TagArray<1> tags = {1, {PR_DEPTH}};
-    ChainPtr<SPropTagArray> stripped;
-    if (HRESULT hr = StripObjectAndBinaryTags(tags.address(), stripped.Put()); Failed(hr)) return hr;
-    BYTE bytes[] = {1, 2};
-    SBinary source = {2, bytes};
-    ChainPtr<SBinary> copy;
-    return DupBinary(copy.Put(), &source) ? S_OK : E_OUTOFMEMORY;
-  });
+  ForEachAllocationFailure([] { return 0; },
+                           [](int) -> HRESULT {
+                             TagArray<1> tags = {1, {PR_DEPTH}};
+                             ChainPtr<SPropTagArray> stripped;
+                             if (HRESULT hr = StripObjectAndBinaryTags(tags.address(), stripped.Put()); Failed(hr))
+                               return hr;
+                             BYTE bytes[] = {1, 2};
+                             SBinary source = {2, bytes};
+                             ChainPtr<SBinary> copy;
+                             return DupBinary(copy.Put(), &source) ? S_OK : E_OUTOFMEMORY;
+                           });
 }
 
 }  // namespace

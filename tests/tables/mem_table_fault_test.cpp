@@ -14,16 +14,15 @@ HRESULT Add(MemTable& table) {
 }
 
 TEST(MemTableFault, AddingAndReadingAreAllOrNothing) {
-  ForEachAllocationFailure(
-      [] { return ComPtr<MemTable>(); },
-      [](ComPtr<MemTable>& table) {
-        HRESULT hr = MemTable::Create(table);
-        return Succeeded(hr) ? Add(*table) : hr;
-      },
-      [](ComPtr<MemTable>& table, HRESULT hr) {
-        EXPECT_TRUE(!table || table->row_count() == (hr == S_OK ? 1u : 0u));
-        EXPECT_TRUE(hr == S_OK || hr == E_OUTOFMEMORY) << std::hex << hr;
-      });
+  ForEachAllocationFailure([] { return ComPtr<MemTable>(); },
+                           [](ComPtr<MemTable>& table) {
+                             HRESULT hr = MemTable::Create(table);
+                             return Succeeded(hr) ? Add(*table) : hr;
+                           },
+                           [](ComPtr<MemTable>& table, HRESULT hr) {
+                             EXPECT_TRUE(!table || table->row_count() == (hr == S_OK ? 1u : 0u));
+                             EXPECT_TRUE(hr == S_OK || hr == E_OUTOFMEMORY) << std::hex << hr;
+                           });
   ForEachAllocationFailure(
       [] {
         ComPtr<MemTable> table;
