@@ -125,7 +125,7 @@ void MainWindow::LogOn() {
 
 void MainWindow::FillTree() {
   containers_ = ListContainers(session_->book());
-  std::vector<HTREEITEM> parents;
+  std::vector<HTREEITEM> items, parents;
   for (std::size_t i = 0; i < containers_.size(); ++i) {
     WideText name = ToWide(containers_[i].name);
     parents.resize(std::min<std::size_t>(parents.size(), containers_[i].depth));
@@ -135,15 +135,27 @@ void MainWindow::FillTree() {
     insert.item.mask = TVIF_TEXT | TVIF_PARAM;
     insert.item.pszText = name.data();
     insert.item.lParam = static_cast<LPARAM>(i);
-    parents.push_back(TreeView_InsertItem(tree_, &insert));
+    items.push_back(TreeView_InsertItem(tree_, &insert));
+    parents.push_back(items.back());
   }
   for (HTREEITEM item = TreeView_GetRoot(tree_); item != nullptr; item = TreeView_GetNextSibling(tree_, item)) {
     TreeView_Expand(tree_, item, TVE_EXPAND);
   }
   Say(std::to_string(containers_.size()) + " containers");
-  HTREEITEM root = TreeView_GetRoot(tree_);
-  HTREEITEM first = root != nullptr ? TreeView_GetChild(tree_, root) : nullptr;
-  if (root != nullptr) TreeView_SelectItem(tree_, first != nullptr ? first : root);
+  if (!items.empty()) TreeView_SelectItem(tree_, items[FirstWithEntries()]);
+}
+
+// The first container that has entries; the first of all when none has.
+std::size_t MainWindow::FirstWithEntries() const {
+  for (std::size_t i = 0; i < containers_.size(); ++i) {
+    bool any = false;
+    ForEachEntry(session_->book(), containers_[i].id, [&any](const Entry&) {
+      any = true;
+      return false;
+    });
+    if (any) return i;
+  }
+  return 0;
 }
 
 void MainWindow::ShowContainer(std::size_t index) {

@@ -28,6 +28,7 @@ class MainWindow {
   void Layout();
   void LogOn();
   void FillTree();
+  std::size_t FirstWithEntries() const;
   void ShowContainer(std::size_t index);
   void Configure();
   void Say(const std::string& text);

@@ -66,15 +66,20 @@ HRESULT WriteSettings(IMAPIProp* section, const ServiceSettings& settings) {
   WideString folder = PathToWide(settings.folder);
   WideString file = PathToWide(settings.folder) + static_cast<WCHAR>(std::filesystem::path::preferred_separator) +
                     ToWide(settings.default_file);
+  // Several services of this kind are told apart by their folders' names.
+  const std::filesystem::path name = settings.folder.has_filename() ? settings.folder.filename() : settings.folder;
+  WideString display_name = PathToWide(name);
   MAPIUID uid = settings.uid;
-  SPropValue values[3]{};
+  SPropValue values[4]{};
   values[0].ulPropTag = PR_VCARD_FOLDER_W;
   values[0].Value.lpszW = folder.data();
   values[1].ulPropTag = UAB_PR_FILE_NAME_W;
   values[1].Value.lpszW = file.data();
   values[2].ulPropTag = PR_VCARD_UID;
   values[2].Value.bin = {sizeof uid.ab, uid.ab};
-  const HRESULT hr = section->SetProps(3, values, nullptr);
+  values[3].ulPropTag = PR_DISPLAY_NAME_W;
+  values[3].Value.lpszW = display_name.data();
+  const HRESULT hr = section->SetProps(4, values, nullptr);
   return Failed(hr) ? hr : section->SaveChanges(KEEP_OPEN_READWRITE);
 }
 
