@@ -33,9 +33,9 @@ bool FindAll(void* module, Keluab& keluab) {
 bool UseChain(const Keluab& keluab) {
   void* head = nullptr;
   void* linked = nullptr;
-  if (keluab.allocate_buffer(16, &head) != uab::S_OK) return false;
-  bool whole = keluab.allocate_more(1000, head, &linked) == uab::S_OK;
-  return keluab.free_buffer(head) == uab::S_OK && whole;
+  if (uab::Failed(keluab.allocate_buffer(16, &head))) return false;
+  bool whole = uab::Succeeded(keluab.allocate_more(1000, head, &linked));
+  return uab::Succeeded(keluab.free_buffer(head)) && whole;
 }
 
 bool CountProfiles(const Keluab& keluab) {

@@ -1,8 +1,14 @@
 # Runs the guide's hosts over the guide's provider: -DPROGRAMS=folder -DLIBRARY=file -DEMULATOR=command -DDIALOG=bool
+# -DSUFFIX=a library's
 string(RANDOM LENGTH 12 place)
 set(home ${CMAKE_CURRENT_BINARY_DIR}/guide-${place})
 file(MAKE_DIRECTORY ${home})
 set(ENV{XDG_CONFIG_HOME} ${home})
+
+set(extension "")
+if(SUFFIX STREQUAL ".dll")
+  set(extension .exe)
+endif()
 
 function(fail message)
   file(REMOVE_RECURSE ${home})
@@ -10,18 +16,18 @@ function(fail message)
 endfunction()
 
 # run(expected result, expected output, input, program, arguments...)
-function(run result output input)
+function(run result output input program)
   file(WRITE ${home}/input "${input}")
-  execute_process(COMMAND ${EMULATOR} ${PROGRAMS}/${ARGN} INPUT_FILE ${home}/input
+  execute_process(COMMAND ${EMULATOR} ${PROGRAMS}/${program}${extension} ${ARGN} INPUT_FILE ${home}/input
     RESULT_VARIABLE run_result OUTPUT_VARIABLE run_output ERROR_VARIABLE run_error)
   string(REPLACE "\r" "" run_output "${run_output}")
   if(NOT run_result STREQUAL result OR NOT run_output STREQUAL output)
-    fail("${ARGN}: ${run_result}, not ${result}\n${run_output}\nnot\n${output}\n${run_error}")
+    fail("${program} ${ARGN}: ${run_result}, not ${result}\n${run_output}\nnot\n${output}\n${run_error}")
   endif()
 endfunction()
 
 # What an interrupted run left behind.
-execute_process(COMMAND ${EMULATOR} ${PROGRAMS}/host_profiles remove OUTPUT_QUIET ERROR_QUIET)
+execute_process(COMMAND ${EMULATOR} ${PROGRAMS}/host_profiles${extension} remove OUTPUT_QUIET ERROR_QUIET)
 
 run(0 "0 profiles\nloaded, used and unloaded\n" "" host_load ${LIBRARY})
 run(1 "" "" host_profiles add NoSuchService)
