@@ -28,6 +28,7 @@ struct Arguments {
   FindOptions find;
   RecipientOptions recipients;
   CopyOptions copy;
+  WatchOptions watch;
 };
 
 CLI::App* AddCommand(CLI::App* parent, const char* name, const char* description, std::function<void()> run) {
@@ -103,6 +104,10 @@ void AddBookCommands(CLI::App& app, Arguments& a) {
                         [&a] { CopyEntries(a.context, a.copy); });
   command->add_option("entries", a.copy.entries, "CONTAINER/NAME or identifiers")->required();
   command->add_option("--to", a.copy.target, "the container")->required();
+  command = AddProfiled(&app, a, "watch", "print changes to an entry or a container as its provider tells them",
+                        [&a] { WatchEntry(a.context, a.watch); });
+  command->add_option("entry", a.watch.entry, "a container, CONTAINER/NAME or an identifier")->required();
+  command->add_option("--seconds", a.watch.seconds, "how long")->capture_default_str();
 }
 
 void AddRecipientCommands(CLI::App& app, Arguments& a) {

@@ -70,6 +70,13 @@ struct CopyOptions {
 };
 void CopyEntries(Context& context, const CopyOptions& options);
 
+// watch_command.cpp
+struct WatchOptions {
+  std::string entry;
+  unsigned seconds = 60;
+};
+void WatchEntry(Context& context, const WatchOptions& options);
+
 // setting_commands.cpp
 void SearchPathSetting(Context& context, const std::vector<std::string>& containers);  // none: shows it
 void PersonalBookSetting(Context& context, const std::string& container);              // empty: shows it
