@@ -162,12 +162,15 @@ HRESULT MsgServiceAdmin::OpenProfileSection(MAPIUID* uid, const IID*, ULONG, IMA
   if (section == nullptr) return E_INVALIDARG;
   *section = nullptr;
   if (uid == nullptr) return E_INVALIDARG;
+  // Made, and on a failure released, outside the table's lock: its reference to this object takes the object's lock,
+  // which other calls hold when they come to the table's.
+  ComPtr<ProfileSection> made;
+  if (HRESULT hr = ProfileSection::Create(*this, *uid, made); Failed(hr)) return hr;
   LockedScope scope(table_section_);
   if (HRESULT hr = LoadServiceTable(); Failed(hr)) return hr;
   const TableRow* row = table_->FirstMatch(UidValue(*uid));
   if (row == nullptr) return MAPI_E_NOT_FOUND;
-  ComPtr<ProfileSection> made;
-  if (HRESULT hr = ProfileSection::Create(*this, *uid, *row, made); Failed(hr)) return hr;
+  if (HRESULT hr = made->Fill(*row); Failed(hr)) return hr;
   *section = made.Detach();
   return S_OK;
 }

@@ -1,10 +1,13 @@
 #include "profiles/profile_section.h"
 
+#include <new>
+
 #include "frame/allocation_chain.h"
 #include "platform/at_boundary.h"
 #include "profiles/msg_service_admin.h"
 #include "props/plain_copy.h"
 #include "props/prop_values.h"
+
 
 namespace uab {
 
@@ -13,16 +16,17 @@ ProfileSection::ProfileSection(MsgServiceAdmin& admin, const MAPIUID& uid) noexc
 
 ProfileSection::~ProfileSection() = default;
 
-HRESULT ProfileSection::Create(MsgServiceAdmin& admin, const MAPIUID& uid, const TableRow& row,
-                               ComPtr<ProfileSection>& section) noexcept {
+HRESULT ProfileSection::Create(MsgServiceAdmin& admin, const MAPIUID& uid, ComPtr<ProfileSection>& section) noexcept {
+  section = ComPtr<ProfileSection>::Attach(new (std::nothrow) ProfileSection(admin, uid));
+  return section ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT ProfileSection::Fill(const TableRow& row) noexcept {
   return at_boundary([&]() -> HRESULT {
-    auto made = ComPtr<ProfileSection>::Attach(new ProfileSection(admin, uid));
     SRow snapshot = {};
     if (HRESULT hr = ProjectRow(row, nullptr, snapshot); Failed(hr)) return hr;
     ChainPtr<SPropValue> values(snapshot.lpProps);
-    if (HRESULT hr = made->props_.InitProps(snapshot.cValues, values.Get()); Failed(hr)) return hr;
-    section = std::move(made);
-    return S_OK;
+    return props_.InitProps(snapshot.cValues, values.Get());
   });
 }
 

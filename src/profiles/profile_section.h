@@ -15,9 +15,11 @@ class MsgServiceAdmin;
 
 class ProfileSection final : public ComObject<ProfileSection, IProfSect, &IID_IMAPIProp, &IID_IProfSect> {
  public:
-  // Stores a section with copies of the row's properties. It holds a reference to admin. E_OUTOFMEMORY.
-  static HRESULT Create(MsgServiceAdmin& admin, const MAPIUID& uid, const TableRow& row,
-                        ComPtr<ProfileSection>& section) noexcept;
+  // Stores an empty section. It holds a reference to admin. E_OUTOFMEMORY.
+  static HRESULT Create(MsgServiceAdmin& admin, const MAPIUID& uid, ComPtr<ProfileSection>& section) noexcept;
+
+  // Copies the row's properties. E_OUTOFMEMORY. REQUIRES: empty.
+  HRESULT Fill(const TableRow& row) noexcept;
   ~ProfileSection();
 
   HRESULT UAB_CALL GetLastError(HRESULT, ULONG, MAPIERROR**) noexcept override { return MAPI_E_NO_SUPPORT; }
