@@ -15,7 +15,7 @@ namespace uab {
 namespace {
 
 struct Lists {
-  explicit Lists(std::int64_t members) : provider(BYTE{7}) {
+  explicit Lists(std::int64_t members) : provider(char{7}) {
     FakeEntry& list = provider.AddList("source");
     for (std::int64_t i = 0; i < members; ++i) {
       const std::string name = "member " + std::to_string(i / 2);

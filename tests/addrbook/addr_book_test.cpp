@@ -1,7 +1,5 @@
 #include "addrbook/addr_book.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 
 #include "addrbook/address_book_fixture.h"
@@ -11,14 +9,16 @@ namespace {
 
 class AddrBookTest : public AddressBookTest {
  protected:
-  HRESULT Open(const std::string& id, ENTRYID* entry) {
+  HRESULT Open(const std::string& id) {
     ULONG type = 0;
     ComPtr<IUnknown> object;
-    HRESULT hr = state_.book->OpenEntry(SizeOf(id), entry, nullptr, 0, &type, object.Put());
+    HRESULT hr = state_.book->OpenEntry(SizeOf(id), EntryIn(id), nullptr, 0, &type, object.Put());
     EXPECT_EQ(static_cast<bool>(object), Succeeded(hr));
     return hr;
   }
-  HRESULT Open(const std::string& id) { return Open(id, EntryIn(id)); }
+  HRESULT Details(const std::string& id, ULONG_PTR* ui) {
+    return state_.book->Details(ui, nullptr, nullptr, SizeOf(id), EntryIn(id), nullptr, nullptr, nullptr, 3);
+  }
 };
 
 std::string IdentityId(const std::string& more = "") {
@@ -26,96 +26,79 @@ std::string IdentityId(const std::string& more = "") {
 }
 
 TEST_F(AddrBookTest, RoutesByTheUidInTheIdentifier) {
-  TakeLog();
-  struct {
+  const struct {
     std::string id;
     HRESULT opened, advised, detailed;
-    const char* asked;
+    Log asked;
   } cases[] = {
-      {IdOf('A', "a1"), S_OK, S_OK, S_OK, "A.OpenEntry a1"},
-      {IdOf('B', "b"), S_OK, S_OK, S_OK, "B.OpenEntry b"},
-      {IdOf('B'), MAPI_E_NOT_FOUND, S_OK, S_OK, "B.OpenEntry "},
-      {IdOf('C', "c"), MAPI_E_NOT_FOUND, MAPI_E_NOT_FOUND, MAPI_E_NOT_FOUND, nullptr},
-      {IdOf('A').substr(0, 19), MAPI_E_INVALID_ENTRYID, MAPI_E_INVALID_ENTRYID, MAPI_E_INVALID_ENTRYID, nullptr},
-      {"", MAPI_E_INVALID_ENTRYID, E_INVALIDARG, MAPI_E_INVALID_ENTRYID, nullptr},
-      {IdentityId(), MAPI_E_INVALID_ENTRYID, MAPI_E_NOT_FOUND, MAPI_E_INVALID_ENTRYID, nullptr},
-      {IdentityId("more"), MAPI_E_NOT_FOUND, MAPI_E_NOT_FOUND, MAPI_E_NOT_FOUND, nullptr},
+      {FakeId('A', "a1"), S_OK, S_OK, S_OK, {"A.OpenEntry a1", "A.Advise", "A.Details 3"}},
+      {FakeId('B'), MAPI_E_NOT_FOUND, S_OK, S_OK, {"B.OpenEntry", "B.Advise", "B.Details 3"}},
+      {FakeId('C', "c"), MAPI_E_NOT_FOUND, MAPI_E_NOT_FOUND, MAPI_E_NOT_FOUND, {}},
+      {FakeId('A').substr(0, 19), MAPI_E_INVALID_ENTRYID, MAPI_E_INVALID_ENTRYID, MAPI_E_INVALID_ENTRYID, {}},
+      {"", MAPI_E_INVALID_ENTRYID, E_INVALIDARG, MAPI_E_INVALID_ENTRYID, {}},
+      {IdentityId(), MAPI_E_INVALID_ENTRYID, MAPI_E_NOT_FOUND, MAPI_E_INVALID_ENTRYID, {}},
+      {IdentityId("more"), MAPI_E_NOT_FOUND, MAPI_E_NOT_FOUND, MAPI_E_NOT_FOUND, {}},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(Open(c.id), c.opened) << c.id;
-    EXPECT_EQ(TakeLog(), c.asked != nullptr ? std::vector<std::string>{c.asked} : std::vector<std::string>{}) << c.id;
+    TakeLog();
     ULONG connection = 9;
+    ULONG_PTR ui = 0;
+    EXPECT_EQ(Open(c.id), c.opened) << c.id;
     EXPECT_EQ(state_.book->Advise(SizeOf(c.id), EntryIn(c.id), 1, nullptr, &connection), c.advised) << c.id;
     EXPECT_EQ(connection != 0, c.advised == S_OK) << c.id;
-    ULONG_PTR ui = 0;
-    EXPECT_EQ(state_.book->Details(&ui, nullptr, nullptr, SizeOf(c.id), EntryIn(c.id), nullptr, nullptr, nullptr, 0),
-              c.detailed);
-    EXPECT_EQ(
-        state_.book->Details(nullptr, nullptr, nullptr, SizeOf(c.id), EntryIn(c.id), nullptr, nullptr, nullptr, 0),
-        E_INVALIDARG);
-    TakeLog();
+    EXPECT_EQ(Details(c.id, &ui), c.detailed) << c.id;
+    EXPECT_EQ(Details(c.id, nullptr), E_INVALIDARG);
+    EXPECT_EQ(TakeLog(), c.asked) << c.id;
   }
 }
 
 TEST_F(AddrBookTest, IdentifiersRegisteredLateAreFoundAndTheFirstOwnerWins) {
-  ProviderCalls& calls = state_.calls;
-  ScriptedProvider late(calls, 'L');
-  late.Add("x", 0);
+  FakeProvider late('L', "x", state_.calls);
   ComPtr<ProviderSupport> support;
-  ASSERT_EQ(state_.Push(late, "L", &support), S_OK);
-  EXPECT_EQ(Open(IdOf('C', "x")), MAPI_E_NOT_FOUND);
-  MAPIUID uid;
+  ASSERT_EQ(state_.Push(late, &support), S_OK);
+  EXPECT_EQ(Open(FakeId('C', "x")), MAPI_E_NOT_FOUND);
   for (char letter : {'C', 'A'}) {
+    MAPIUID uid;
     std::memset(&uid, letter, sizeof(uid));
     ASSERT_EQ(support->SetProviderUID(&uid, 0), S_OK);
     TakeLog();
-    EXPECT_EQ(Open(IdOf(letter, "x")), S_OK);
-    EXPECT_EQ(TakeLog(), std::vector<std::string>{"L.OpenEntry x"});
+    Open(FakeId(letter, "x"));
+    EXPECT_EQ(TakeLog(), Log{"L.OpenEntry x"});
   }
   support.Reset();
   state_.LogOff();
-  EXPECT_EQ(late.references_left(), 0u);
-}
-
-TEST_F(AddrBookTest, TheNullIdentifierIsTheRootContainer) {
-  ULONG type = 0;
-  ComPtr<IUnknown> root;
-  EXPECT_EQ(state_.book->OpenEntry(24, nullptr, nullptr, 7, &type, root.Put()), S_OK);
-  EXPECT_EQ(type, MAPI_ABCONT);
-  ComPtr<IABContainer> container;
-  EXPECT_EQ(root->QueryInterface(IID_IABContainer, container.PutVoid()), S_OK);
-  EXPECT_EQ(state_.book->OpenEntry(0, nullptr, nullptr, 0, nullptr, root.Put()), E_INVALIDARG);
-  EXPECT_EQ(state_.book->OpenEntry(0, nullptr, nullptr, 0, &type, nullptr), E_INVALIDARG);
+  EXPECT_EQ(late.held(), 0u);
 }
 
 TEST_F(AddrBookTest, NewEntryIsRoutedByTheContainerElseByTheTemplate) {
-  const std::string a = IdOf('A'), b = IdOf('B'), brief = "brief";
-  struct {
+  const std::string a = FakeId('A'), b = FakeId('B'), brief = "brief";
+  const struct {
     ULONG container_size;
     ENTRYID* container;
     ULONG template_size;
     ENTRYID* entry_template;
     HRESULT hr;
-    const char* asked;
+    Log asked;
   } cases[] = {
-      {20, EntryIn(a), 20, EntryIn(b), S_OK, "A.NewEntry 4 2"},
-      {0, EntryIn(a), 20, EntryIn(b), S_OK, "B.NewEntry 4 2"},
-      {20, nullptr, 20, EntryIn(b), S_OK, "B.NewEntry 4 2"},
-      {0, nullptr, 0, nullptr, MAPI_E_NO_SUPPORT, nullptr},
-      {20, nullptr, 20, nullptr, MAPI_E_NO_SUPPORT, nullptr},
-      {0, EntryIn(a), 0, nullptr, E_INVALIDARG, nullptr},
-      {0, nullptr, 0, EntryIn(b), E_INVALIDARG, nullptr},
-      {5, EntryIn(brief), 20, EntryIn(b), MAPI_E_INVALID_ENTRYID, nullptr},
+      {20, EntryIn(a), 20, EntryIn(b), S_OK, {"A.NewEntry 4 2"}},
+      {0, EntryIn(a), 20, EntryIn(b), S_OK, {"B.NewEntry 4 2"}},
+      {20, nullptr, 20, EntryIn(b), S_OK, {"B.NewEntry 4 2"}},
+      {0, nullptr, 0, nullptr, MAPI_E_NO_SUPPORT, {}},
+      {20, nullptr, 20, nullptr, MAPI_E_NO_SUPPORT, {}},
+      {0, EntryIn(a), 0, nullptr, E_INVALIDARG, {}},
+      {0, nullptr, 0, EntryIn(b), E_INVALIDARG, {}},
+      {5, EntryIn(brief), 20, EntryIn(b), MAPI_E_INVALID_ENTRYID, {}},
   };
+  TakeLog();
   for (const auto& c : cases) {
-    TakeLog();
+    SCOPED_TRACE(&c - cases);
     ULONG size = 9;
-    ENTRYID* entry = nullptr;
-    EXPECT_EQ(
-        state_.book->NewEntry(4, 2, c.container_size, c.container, c.template_size, c.entry_template, &size, &entry),
-        c.hr);
-    EXPECT_EQ(size, c.hr == S_OK ? 5u : 0u);
-    EXPECT_EQ(TakeLog(), c.asked != nullptr ? std::vector<std::string>{c.asked} : std::vector<std::string>{});
+    ChainPtr<ENTRYID> entry;
+    EXPECT_EQ(state_.book->NewEntry(4, 2, c.container_size, c.container, c.template_size, c.entry_template, &size,
+                                    entry.Put()),
+              c.hr);
+    EXPECT_EQ(size, c.hr == S_OK ? 25u : 0u);
+    EXPECT_EQ(TakeLog(), c.asked);
   }
 }
 
@@ -138,15 +121,16 @@ TEST_F(AddrBookTest, SlotsStandInTheirOrder) {
 
 TEST_F(AddrBookTest, WhatIsStillHeldAnswersThatTheSessionHasEnded) {
   IAddrBook& book = *state_.book;
-  ULONG type = 0, size = 0;
+  ULONG type = 0, size = 0, rows = 9;
   ENTRYID* entry = nullptr;
   ComPtr<IUnknown> root, object;
-  ASSERT_EQ(book.OpenEntry(0, nullptr, nullptr, 0, &type, root.Put()), S_OK);
+  ASSERT_EQ(book.OpenEntry(24, nullptr, nullptr, 7, &type, root.Put()), S_OK) << "null is the root container";
+  EXPECT_EQ(type, MAPI_ABCONT);
   auto& container = static_cast<IABContainer&>(*root);
   ComPtr<IMAPITable> table, empty;
   ASSERT_EQ(container.GetHierarchyTable(MAPI_UNICODE, table.Put()), S_OK);
-  std::string id = IdOf('A', "a1");
-  SBinary binary = {SizeOf(id), reinterpret_cast<BYTE*>(id.data())};
+  const std::string id = FakeId('A', "a1");
+  SBinary binary = BinaryIn(id);
   ENTRYLIST entries = {1, &binary};
   state_.LogOff();
   TakeLog();
@@ -155,18 +139,15 @@ TEST_F(AddrBookTest, WhatIsStillHeldAnswersThatTheSessionHasEnded) {
   EXPECT_EQ(book.QueryInterface(IID_IAddrBook, &found), MAPI_E_END_OF_SESSION);
   EXPECT_EQ(found, nullptr);
   EXPECT_EQ(book.OpenEntry(0, nullptr, nullptr, 0, &type, object.Put()), MAPI_E_END_OF_SESSION);
-  EXPECT_EQ(Open(id), MAPI_E_END_OF_SESSION);
-  EXPECT_EQ(Open("brief"), MAPI_E_END_OF_SESSION);
+  for (const std::string& any : {id, std::string("brief")}) EXPECT_EQ(Open(any), MAPI_E_END_OF_SESSION);
   EXPECT_EQ(book.Advise(20, EntryIn(id), 0, nullptr, &type), MAPI_E_END_OF_SESSION);
   EXPECT_EQ(book.Unadvise(1), MAPI_E_END_OF_SESSION);
   EXPECT_EQ(book.NewEntry(0, 0, 20, EntryIn(id), 0, nullptr, &size, &entry), MAPI_E_END_OF_SESSION);
-  EXPECT_EQ(book.Details(nullptr, nullptr, nullptr, 20, EntryIn(id), nullptr, nullptr, nullptr, 0),
-            MAPI_E_END_OF_SESSION);
+  EXPECT_EQ(Details(id, nullptr), MAPI_E_END_OF_SESSION);
   EXPECT_EQ(book.PrepareRecips(0, nullptr, nullptr), MAPI_E_END_OF_SESSION);
   EXPECT_EQ(book.GetPAB(&size, &entry), MAPI_E_END_OF_SESSION);
   EXPECT_EQ(book.SetPAB(SizeOf(id), EntryIn(id)), E_FAIL);
 
-  ULONG rows = 9;
   EXPECT_EQ(table->GetRowCount(0, &rows), S_OK);
   EXPECT_EQ(rows, 2u);
   EXPECT_EQ(container.GetHierarchyTable(MAPI_UNICODE | CONVENIENT_DEPTH, empty.Put()), S_OK);
@@ -174,7 +155,7 @@ TEST_F(AddrBookTest, WhatIsStillHeldAnswersThatTheSessionHasEnded) {
   EXPECT_EQ(rows, 0u);
   EXPECT_EQ(container.DeleteEntries(&entries, 0), S_OK);
   EXPECT_EQ(container.OpenEntry(20, EntryIn(id), nullptr, 0, &type, object.Put()), MAPI_E_END_OF_SESSION);
-  EXPECT_EQ(TakeLog(), std::vector<std::string>{});
+  EXPECT_EQ(TakeLog(), Log{});
 }
 
 TEST_F(AddrBookTest, NeedsProvidersAndAProfile) {

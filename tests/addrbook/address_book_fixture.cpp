@@ -1,20 +1,22 @@
 #include "addrbook/address_book_fixture.h"
 
-#include <cstring>
-
 namespace uab {
 
-HRESULT AddressBookState::Push(ScriptedProvider& provider, const std::string& letters,
-                               ComPtr<ProviderSupport>* support) {
+AddressBookState::AddressBookState() {
+  for (FakeProvider* provider : {&b, &a}) {
+    const std::string& name = provider->root().name;
+    provider->SetFlags(name, 0);
+    provider->AddChild(name + "1", AB_RECIPIENTS);
+    provider->AddChild(name + "2", AB_RECIPIENTS | AB_MODIFIABLE);
+  }
+}
+
+HRESULT AddressBookState::Push(FakeProvider& provider, ComPtr<ProviderSupport>* support) {
   ComPtr<ProviderEntry> entry;
   if (HRESULT hr = ProviderEntry::Create(*providers, entry); Failed(hr)) return hr;
   ComPtr<ProviderSupport> made;
   if (HRESULT hr = entry->MakeSupport(made); Failed(hr)) return hr;
-  for (char letter : letters) {
-    MAPIUID uid;
-    std::memset(&uid, letter, sizeof(uid));
-    if (HRESULT hr = made->SetProviderUID(&uid, 0); Failed(hr)) return hr;
-  }
+  if (HRESULT hr = made->SetProviderUID(&provider.uid, 0); Failed(hr)) return hr;
   entry->provider = ComPtr<IAddrBook>(&provider);
   if (support != nullptr) *support = made;
   return providers->PushFront(std::move(entry));
@@ -22,24 +24,29 @@ HRESULT AddressBookState::Push(ScriptedProvider& provider, const std::string& le
 
 HRESULT AddressBookState::LogOn() {
   HRESULT hr = ProviderList::Create(providers);
-  if (Succeeded(hr)) hr = Push(b, "B");
-  if (Succeeded(hr)) hr = Push(a, "A");
+  if (Succeeded(hr)) hr = Push(b);
+  if (Succeeded(hr)) hr = Push(a);
   return Succeeded(hr) ? AddrBook::Create(providers, kAppKey, kProfile, book) : hr;
+}
+
+void AddressBookState::LogOff() {
+  if (book) book->Detach();
+  if (providers) providers->FreeEntries();
 }
 
 std::string NamesIn(const SRowSet* rows) {
   std::string names;
   for (ULONG i = 0; rows != nullptr && i < rows->cRows; ++i) {
     const SRow& row = rows->aRow[i];
-    names += names.empty() ? "" : " ";
-    const std::size_t before = names.size();
+    std::string name;
     for (ULONG at = 0; at < row.cValues; ++at) {
       const SPropValue& value = row.lpProps[at];
-      if (value.ulPropTag == PR_ENTRYID && value.Value.bin.cb >= 20)
-        names += Bytes(value.Value.bin.lpb + 20, value.Value.bin.cb - 20);
-      if (value.ulPropTag == PR_DEPTH) (names += ":") += std::to_string(value.Value.l);
+      if (value.ulPropTag == PR_ENTRYID && value.Value.bin.cb >= 20) {
+        name += Bytes(value.Value.bin.lpb, value.Value.bin.cb).substr(20);
+      }
+      if (value.ulPropTag == PR_DEPTH) name += ":" + std::to_string(value.Value.l);
     }
-    if (names.size() == before) names += "?";
+    names += (names.empty() ? "" : " ") + (name.empty() ? "?" : name);
   }
   return names;
 }

@@ -4,46 +4,32 @@
 #include <gtest/gtest.h>
 
 #include "addrbook/addr_book.h"
-#include "addrbook/scripted_provider.h"
+#include "support/adr_list.h"
+#include "support/fake_provider.h"
 #include "support/hive.h"
+#include "support/values.h"
 
 namespace uab {
 
 inline constexpr WCHAR kAppKey[] = UAB_TEXT("Test");
 inline constexpr WCHAR kProfile[] = UAB_TEXT("Profile");
+using Log = std::vector<std::string>;
 
 struct AddressBookState {
-  AddressBookState() {
-    for (ScriptedProvider* provider : {&b, &a}) {
-      const std::string name(1, static_cast<char>(provider->letter + 'a' - 'A'));
-      provider->Add(name, 0);
-      provider->Add(name + "1", AB_RECIPIENTS);
-      provider->Add(name + "2", AB_RECIPIENTS | AB_MODIFIABLE);
-    }
-  }
-
-  // The provider's entry becomes the first; with the letters' identifiers registered.
-  HRESULT Push(ScriptedProvider& provider, const std::string& letters, ComPtr<ProviderSupport>* support = nullptr);
-  HRESULT LogOn();
-  // The session ends.
-  void LogOff() {
-    if (book) book->Detach();
-    if (providers) providers->FreeEntries();
-  }
+  AddressBookState();
   ~AddressBookState() { LogOff(); }
 
-  ULONG references_left() const { return a.references_left() + b.references_left(); }
+  // The provider's entry becomes the first, with its identifier registered.
+  HRESULT Push(FakeProvider& provider, ComPtr<ProviderSupport>* support = nullptr);
+  HRESULT LogOn();
+  void LogOff();  // the session ends
+  ULONG held() const { return a.held() + b.held(); }
 
-  ProviderCalls calls;
-  ScriptedProvider a{calls, 'A'};
-  ScriptedProvider b{calls, 'B'};
+  std::shared_ptr<FakeCalls> calls = std::make_shared<FakeCalls>();
+  FakeProvider a{'A', "a", calls}, b{'B', "b", calls};
   ComPtr<ProviderList> providers;
   ComPtr<AddrBook> book;
 };
-
-// Identifiers as slots take them; borrows the string.
-inline ENTRYID* EntryIn(const std::string& id) { return reinterpret_cast<ENTRYID*>(const_cast<char*>(id.data())); }
-inline ULONG SizeOf(const std::string& id) { return static_cast<ULONG>(id.size()); }
 
 // Names of a search path's or hierarchy's members by their identifiers, with the depth where there is one: "a1 b1:0".
 // "?": neither.
@@ -51,10 +37,13 @@ std::string NamesIn(const SRowSet* rows);
 
 class AddressBookTest : public testing::Test {
  protected:
-  void SetUp() override { ASSERT_EQ(state_.LogOn(), S_OK); }
+  void SetUp() override {
+    calls_.logs = true;
+    ASSERT_EQ(state_.LogOn(), S_OK);
+  }
   void TearDown() override {
     state_.LogOff();
-    EXPECT_EQ(state_.references_left(), 0u);
+    EXPECT_EQ(state_.held(), 0u);
   }
   // The session ends and another one begins.
   void LogOnAgain() {
@@ -62,11 +51,16 @@ class AddressBookTest : public testing::Test {
     state_.book.Reset();
     ASSERT_EQ(state_.LogOn(), S_OK);
   }
-  std::vector<std::string> TakeLog() { return std::exchange(state_.calls.log, {}); }
+  Log TakeLog() { return calls_.TakeLog(); }
   std::string SearchPath();
+  template <typename Spoil>
+  void SpoilWith(Spoil spoil) {
+    calls_.spoil = [spoil](const std::string&, SPropValue*& values, ULONG& count) { spoil(values, count); };
+  }
 
   TestHive hive_;
   AddressBookState state_;
+  FakeCalls& calls_ = *state_.calls;
 };
 
 }  // namespace uab

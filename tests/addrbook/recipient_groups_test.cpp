@@ -1,46 +1,27 @@
 #include "addrbook/recipient_groups.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-
 #include "addrbook/address_book_fixture.h"
-#include "support/values.h"
 
 namespace uab {
 namespace {
 
-using Log = std::vector<std::string>;
-
-struct AdrListPolicy {
-  using Handle = ADRLIST*;
-  static constexpr Handle kNone = nullptr;
-  static void Close(Handle list) noexcept { UABFreePadrlist(list); }
-};
-using AdrListPtr = UniqueResource<AdrListPolicy>;
-
 // A recipient is two characters: its name, kept as its recipient type, and the owner's letter. '-': without
 // identifier, '.': with one that is too short, 'T': with a text in its place.
-SPropValue* MakeRecipient(const char* word, const char* mark = "") {
-  ChainPtr<SPropValue> values;
-  EXPECT_EQ(AllocateInto(values, 2 * sizeof(SPropValue)), S_OK);
-  values.Get()[0] = LongValue(PR_RECIPIENT_TYPE, word[0]);
-  values.Get()[1] = LongValue(PR_DISPLAY_TYPE, *mark);
-  std::string id = word[1] == '.' ? IdOf('A').substr(0, 19) : IdOf(word[1]);
-  BYTE* data = nullptr;
-  EXPECT_EQ(AllocateLinkedInto(data, id.size(), values.Get()), S_OK);
-  std::memcpy(data, id.data(), id.size());
-  if (word[1] != '-')
-    values.Get()[1] = BinaryValue(word[1] == 'T' ? WithPropType(PR_ENTRYID, PT_UNICODE) : PR_ENTRYID, data, SizeOf(id));
-  return values.Detach();
+std::vector<SPropValue> ValuesOf(const char* word, const std::string& id, const char* mark = "") {
+  const SPropValue name = LongValue(PR_RECIPIENT_TYPE, word[0]);
+  if (word[1] == '-') return {name, LongValue(PR_DISPLAY_TYPE, *mark)};
+  if (word[1] == 'T') return {name, TextValue(WithPropType(PR_ENTRYID, PT_UNICODE), UAB_TEXT("a text of some length"))};
+  return {name, BinaryValue(PR_ENTRYID, id.data(), word[1] == '.' ? 19 : SizeOf(id))};
 }
 
 AdrListPtr MakeList(const std::vector<const char*>& words) {
-  void* block = nullptr;
-  EXPECT_EQ(AllocateHead(RowSetSize(words.size()), &block), S_OK);
-  AdrListPtr list(static_cast<ADRLIST*>(block));
-  for (const char* word : words) list->aEntries[list->cEntries++] = {0, 2, MakeRecipient(word)};
-  return list;
+  std::vector<std::vector<SPropValue>> entries;
+  std::vector<std::string> ids(words.size());
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    ids[i] = FakeId(words[i][1] == '.' ? 'A' : words[i][1]);
+    entries.push_back(ValuesOf(words[i], ids[i]));
+  }
+  return MakeAdrList(entries);
 }
 
 // The names in order; a completed recipient is followed by '+', one without values is '?', one whose first value is an
@@ -49,10 +30,7 @@ std::string NamesOf(const ADRLIST* list) {
   std::string names;
   for (ULONG i = 0; i < list->cEntries; ++i) {
     const ADRENTRY& entry = list->aEntries[i];
-    if (entry.cValues == 0) {
-      names += "?";
-      continue;
-    }
+    if (entry.cValues == 0) names += "?";
     for (ULONG at = 0; at < entry.cValues; ++at) {
       const SPropValue& value = entry.rgPropVals[at];
       if (value.ulPropTag == PR_RECIPIENT_TYPE) names += static_cast<char>(value.Value.l);
@@ -67,7 +45,7 @@ std::string NamesOf(const ADRLIST* list) {
 void Replace(ADRENTRY& entry) {
   char word[] = {static_cast<char>(entry.rgPropVals[0].Value.l), '-', 0};
   UABFreeBuffer(entry.rgPropVals);
-  entry.rgPropVals = MakeRecipient(word, "+");
+  entry.rgPropVals = MakeValues(ValuesOf(word, "", "+"));
 }
 
 class PrepareRecipsTest : public AddressBookTest {
@@ -115,13 +93,10 @@ TEST_F(PrepareRecipsTest, AFailureKeepsEveryRecipientWithItsValidArray) {
   for (std::uint32_t failing : {1u, 2u}) {
     for (bool throws : {false, true}) {
       AdrListPtr list = MakeList({"1B", "2A", "3C", "4A"});
-      Countdown countdown(failing);
-      state_.calls.countdown = &countdown;
-      state_.calls.throws = throws;
+      calls_.DoBadly(failing, throws ? Misdeed::kThrows : Misdeed::kFails);
       state_.a.complete = [](ADRLIST* part) { Replace(part->aEntries[1]); };
-      EXPECT_EQ(Prepare(list), throws ? E_FAIL : kProviderFailure);
+      EXPECT_EQ(Prepare(list), throws ? E_FAIL : kFakeFailure);
       EXPECT_EQ(NamesOf(list.Get()), "1234+") << "in the old order";
-      state_.calls.countdown = nullptr;
     }
   }
 }
@@ -167,7 +142,7 @@ TEST_F(PrepareRecipsTest, TheSessionsEndInBetweenIsAFailure) {
   };
   EXPECT_EQ(Prepare(list), MAPI_E_END_OF_SESSION);
   EXPECT_EQ(NamesOf(list.Get()), "12+");
-  EXPECT_EQ(TakeLog(), Log{"A.PrepareRecips 1"});
+  EXPECT_EQ(TakeLog(), (Log{"A.PrepareRecips 1", "A.Release", "B.Release"}));
 }
 
 }  // namespace

@@ -1,14 +1,10 @@
 #include "addrbook/root_container.h"
 
-#include <gtest/gtest.h>
-
 #include "addrbook/address_book_fixture.h"
 #include "addrbook/hierarchy.h"
 
 namespace uab {
 namespace {
-
-using Log = std::vector<std::string>;
 
 class RootContainerTest : public AddressBookTest {
  protected:
@@ -30,7 +26,7 @@ class RootContainerTest : public AddressBookTest {
   }
   HRESULT Delete(std::vector<std::string> ids) {
     std::vector<SBinary> entries;
-    for (std::string& id : ids) entries.push_back({SizeOf(id), reinterpret_cast<BYTE*>(id.data())});
+    for (std::string& id : ids) entries.push_back(BinaryIn(id));
     entries.push_back({24, nullptr});
     ENTRYLIST list = {static_cast<ULONG>(entries.size()), entries.data()};
     return root_->DeleteEntries(&list, 5);
@@ -57,13 +53,11 @@ TEST_F(RootContainerTest, HierarchyMergesTheProvidersInListOrder) {
 }
 
 TEST_F(RootContainerTest, TheLastProviderDecidesWhetherTheHierarchyFails) {
-  Countdown first(1), second(2), lasting(1, true);
-  state_.calls.countdown = &first;
+  calls_.DoBadly(1);
   EXPECT_EQ(Hierarchy(MAPI_UNICODE), "b:0");
-  state_.calls.countdown = &second;
-  EXPECT_EQ(Hierarchy(MAPI_UNICODE, kProviderFailure), "");
-  state_.calls.countdown = &lasting;
-  state_.calls.throws = true;
+  calls_.DoBadly(2);
+  EXPECT_EQ(Hierarchy(MAPI_UNICODE, kFakeFailure), "");
+  calls_.DoBadly(1, Misdeed::kThrows, true);
   EXPECT_EQ(Hierarchy(kDeep, E_FAIL), "");
 }
 
@@ -71,80 +65,68 @@ TEST_F(RootContainerTest, TheLastProviderDecidesWhetherTheHierarchyFails) {
 TEST_F(RootContainerTest, AFailureBelowTheTopKeepsTheRowsSoFar) {
   const char* const expected[] = {"a:0", "a:0", "a:0", "a:0", "a:0", "a:0 a1:1", "a:0 a1:1 a2:1"};
   for (std::uint32_t call = 2; call <= 8; ++call) {
-    Countdown countdown(call);
-    state_.calls.countdown = &countdown;
+    calls_.DoBadly(call);
     EXPECT_EQ(Hierarchy(kDeep), std::string(expected[call - 2]) + " b:0 b1:1 b2:1") << call;
   }
 }
 
 TEST_F(RootContainerTest, RowsOfProvidersAreNotTrusted) {
-  struct {
+  using Values = SPropValue*&;
+  using Count = ULONG&;
+  const struct {
     const char* what;
-    std::function<void(SPropValue*, ULONG*)> spoil;
+    void (*spoil)(Values values, Count count);
     const char* names;
   } cases[] = {
-      {"no values", [](SPropValue*, ULONG* count) { *count = 0; }, ""},
-      {"one value", [](SPropValue*, ULONG* count) { *count = 1; }, "? ?"},
-      {"two values", [](SPropValue*, ULONG* count) { *count = 2; }, "a a1 a2 b b1 b2"},
-      {"more values than were asked for", [](SPropValue*, ULONG* count) { *count += 1000; },
-       "a:0 a1:1 a2:1 b:0 b1:1 b2:1"},
-      {"no depth", [](SPropValue* values, ULONG*) { values[4].ulPropTag = WithPropType(PR_DEPTH, PT_ERROR); },
-       "a a1 a2 b b1 b2"},
-      {"depth elsewhere", [](SPropValue* values, ULONG*) { std::swap(values[3], values[4]); },
-       "a:0 a1:0 a2:0 b:0 b1:0 b2:0"},
+      {"no values", [](Values, Count count) { count = 0; }, ""},
+      {"one value", [](Values, Count count) { count = 1; }, "? ?"},
+      {"two values", [](Values, Count count) { count = 2; }, "a a1 a2 b b1 b2"},
+      {"more values than were asked for", [](Values, Count count) { count += 1000; }, "a:0 a1:1 a2:1 b:0 b1:1 b2:1"},
+      {"no depth", [](Values values, Count) { values[4] = NotFoundValue(PR_DEPTH); }, "a a1 a2 b b1 b2"},
+      {"depth elsewhere", [](Values values, Count) { std::swap(values[3], values[4]); }, "a:0 a1:0 a2:0 b:0 b1:0 b2:0"},
       {"a text for an identifier",
-       [](SPropValue* values, ULONG*) {
-         values[1].ulPropTag = WithPropType(PR_ENTRYID, PT_UNICODE);
-         values[1].Value = values[0].Value;
-       },
+       [](Values values, Count) { values[1] = TextValue(WithPropType(PR_ENTRYID, PT_UNICODE), UAB_TEXT("a")); },
        ":0 :0"},
-      {"null for an identifier",
-       [](SPropValue* values, ULONG*) {
-         values[1].Value.bin.cb = 0;
-         values[1].Value.bin.lpb = nullptr;
-       },
-       ":0 :0"},
+      {"null for an identifier", [](Values values, Count) { values[1].Value.bin = {0, nullptr}; }, ":0 :0"},
       {"an unknown type",
-       [](SPropValue* values, ULONG*) { values[0].ulPropTag = PropTag(MV_FLAG | PT_OBJECT, 0x6601); }, ""},
+       [](Values values, Count) { values[0].ulPropTag = PropTag(MV_FLAG | PT_OBJECT, 0x6601); }, ""},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
-    state_.calls.spoil = c.spoil;
+    SpoilWith(c.spoil);
     EXPECT_EQ(Hierarchy(kDeep), c.names);
   }
-  state_.calls.spoil = nullptr;
-  state_.calls.stores_nothing = true;
+  calls_.spoil = nullptr;
+  calls_.DoBadly(1, Misdeed::kNothing, true);
   EXPECT_EQ(Hierarchy(kDeep), "");
-  state_.calls.stores_nothing = false;
-  state_.a.containers[0].type = MAPI_MAILUSER;
+  calls_.DoBadly(0);
+  state_.a.root().type = MAPI_MAILUSER;
   EXPECT_EQ(Hierarchy(kDeep), "a:0 b:0 b1:1 b2:1") << "what is no container has no containers below";
 }
 
 TEST_F(RootContainerTest, AProviderMayNotNestTheHierarchyForEver) {
-  state_.a.containers[0].alias = root_.Get();
-  while (state_.b.containers.size() > 1) state_.b.containers.pop_back();
+  state_.a.root().stand_in = root_.Get();
+  state_.b.root().children.clear();
   EXPECT_EQ(Hierarchy(kDeep), "a:0 a:1 a:2 a:3 b:3 b:2 b:1 b:0");
 }
 
 TEST_F(RootContainerTest, DeletesThroughTheOwnersTopLevel) {
-  EXPECT_EQ(Delete({IdOf('A', "x"), IdOf('A', "y"), IdOf('C', "z"), "brief"}), S_OK);
+  EXPECT_EQ(Delete({FakeId('A', "x"), FakeId('A', "y"), FakeId('C', "z"), "brief"}), S_OK);
   EXPECT_EQ(TakeLog(), (Log{"A.GetProps", "A.OpenEntry a", "A.DeleteEntries y x"}));
-  EXPECT_EQ(Delete({IdOf('B', "p"), IdOf('A', "x"), IdOf('B', "q")}), S_OK);
+  EXPECT_EQ(Delete({FakeId('B', "p"), FakeId('A', "x"), FakeId('B', "q")}), S_OK);
   EXPECT_EQ(TakeLog(), (Log{"A.GetProps", "A.OpenEntry a", "A.DeleteEntries x", "B.GetProps", "B.OpenEntry b",
                             "B.DeleteEntries q p"}));
   for (std::uint32_t call = 1; call <= 3; ++call) {
-    Countdown countdown(call);
-    state_.calls.countdown = &countdown;
-    EXPECT_EQ(Delete({IdOf('A', "x")}), S_OK) << call;
+    calls_.DoBadly(call);
+    EXPECT_EQ(Delete({FakeId('A', "x")}), S_OK) << call;
     EXPECT_EQ(TakeLog().size(), call);
   }
-  state_.calls.countdown = nullptr;
-  state_.calls.stores_nothing = true;
-  EXPECT_EQ(Delete({IdOf('A', "x")}), S_OK);
+  calls_.DoBadly(1, Misdeed::kNothing, true);
+  EXPECT_EQ(Delete({FakeId('A', "x")}), S_OK);
 }
 
 TEST_F(RootContainerTest, OpensWhatTheAddressBookOpens) {
-  const std::string id = IdOf('B', "b1");
+  const std::string id = FakeId('B', "b1");
   ULONG type = 0;
   ComPtr<IUnknown> object;
   EXPECT_EQ(root_->OpenEntry(SizeOf(id), EntryIn(id), nullptr, 0, &type, object.Put()), S_OK);

@@ -1,11 +1,8 @@
 // Search path, personal address book and default directory, from session to session.
 #include "addrbook/settings.h"
 
-#include <gtest/gtest.h>
-
 #include "addrbook/address_book_fixture.h"
 #include "profiles/profile_store.h"
-#include "support/values.h"
 #include "tables/registry_persistence.h"
 
 namespace uab {
@@ -32,7 +29,7 @@ class SettingsTest : public AddressBookTest {
     auto* rows = reinterpret_cast<SRowSet*>(block.data());
     rows->cRows = static_cast<ULONG>(words.size());
     for (std::size_t i = 0; i < words.size(); ++i) {
-      ids[i] = IdOf(static_cast<char>(words[i][0] - 'a' + 'A'), words[i]);
+      ids[i] = FakeId(static_cast<char>(words[i][0] - 'a' + 'A'), words[i]);
       values[i] = BinaryValue(words[i].back() == '!' ? PR_SEARCH_KEY : PR_ENTRYID, ids[i].data(), SizeOf(ids[i]));
       rows->aRow[i] = words[i] == "-" ? SRow{0, 1, nullptr} : SRow{0, 1, &values[i]};
     }
@@ -81,8 +78,8 @@ TEST_F(SettingsTest, DefaultsComeFromTheHierarchyAndAreNotSaved) {
 TEST_F(SettingsTest, WhatIsSetStaysFromSessionToSession) {
   EXPECT_EQ(SetSearchPath({"b1", "a1!", "-", "b", "a2", "b1"}), S_OK);
   EXPECT_EQ(SearchPath(), "b1 a2 b1");
-  EXPECT_EQ(SetPAB(IdOf('B', "b2")), S_OK);
-  EXPECT_EQ(SetDirectory(IdOf('B', "b1")), S_OK);
+  EXPECT_EQ(SetPAB(FakeId('B', "b2")), S_OK);
+  EXPECT_EQ(SetDirectory(FakeId('B', "b1")), S_OK);
   LogOnAgain();
   EXPECT_EQ(SearchPath(), "b1 a2 b1");
   EXPECT_EQ(Get(false), "b2");
@@ -93,28 +90,28 @@ TEST_F(SettingsTest, WhatIsSetStaysFromSessionToSession) {
 // Another program changes the profile while the session lasts.
 TEST_F(SettingsTest, WhatIsStoredAndStillFitsIsNotWrittenAgain) {
   ASSERT_EQ(SetSearchPath({"b1", "a2"}), S_OK);
-  ASSERT_EQ(SetPAB(IdOf('B', "b2")), S_OK);
+  ASSERT_EQ(SetPAB(FakeId('B', "b2")), S_OK);
   LogOnAgain();
   EXPECT_EQ(Get(false), "b2");
-  std::string id = IdOf('A', "a1");
-  SBinary member = {SizeOf(id), reinterpret_cast<BYTE*>(id.data())};
+  std::string id = FakeId('A', "a1");
+  SBinary member = BinaryIn(id);
   SPropValue path{};
   path.ulPropTag = PR_AB_SEARCH_PATH;
   path.Value.MVbin = {1, &member};
   Store(path);
   Store(BinaryValue(PR_AB_DEFAULT_PAB, id.data(), SizeOf(id)));
-  EXPECT_EQ(SetDirectory(IdOf('B', "b1")), S_OK);
+  EXPECT_EQ(SetDirectory(FakeId('B', "b1")), S_OK);
   state_.LogOff();
   EXPECT_EQ(Stored(), "path a1;dir b1;pab a1;");
 }
 
 TEST_F(SettingsTest, RefusesWhatDoesNotFitAndKeepsTheOld) {
   for (const std::string& id :
-       {IdOf('A', "a1"), IdOf('A', "x"), IdOf('C', "a2"), std::string("brief"), std::string()}) {
+       {FakeId('A', "a1"), FakeId('A', "x"), FakeId('C', "a2"), std::string("brief"), std::string()}) {
     EXPECT_EQ(SetPAB(id), E_FAIL) << id;
   }
   EXPECT_EQ(state_.book->SetPAB(24, nullptr), E_FAIL);
-  EXPECT_EQ(SetDirectory(IdOf('A', "a")), E_FAIL);
+  EXPECT_EQ(SetDirectory(FakeId('A', "a")), E_FAIL);
   EXPECT_EQ(SetSearchPath({"a", "b", "a1!"}), E_INVALIDARG);
   EXPECT_EQ(SetSearchPath({}), E_INVALIDARG);
   ULONG size = 0;
@@ -127,16 +124,17 @@ TEST_F(SettingsTest, RefusesWhatDoesNotFitAndKeepsTheOld) {
 TEST_F(SettingsTest, AStoredPathIsShortenedToWhatStillFits) {
   ASSERT_EQ(SetSearchPath({"b1", "a1", "a2"}), S_OK);
   state_.LogOff();
-  state_.a.containers[1].flags = 0;
+  state_.a.SetFlags("a1", 0);
   ASSERT_EQ(state_.LogOn(), S_OK);
   EXPECT_EQ(SearchPath(), "b1 a2");
   EXPECT_EQ(Stored(), "path b1 a1 a2;");
   state_.LogOff();
   EXPECT_EQ(Stored(), "path b1 a2;");
-  for (ScriptedContainer* container : {&state_.a.containers[2], &state_.b.containers[1]}) container->flags = 0;
+  state_.a.SetFlags("a2", 0);
+  state_.b.SetFlags("b1", 0);
   ASSERT_EQ(state_.LogOn(), S_OK);
   EXPECT_EQ(SearchPath(), "b2") << "the default for this session";
-  state_.b.containers[2].flags = 0;
+  state_.b.SetFlags("b2", 0);
   LogOnAgain();
   EXPECT_EQ(SearchPath(), "");
   state_.LogOff();
@@ -144,20 +142,19 @@ TEST_F(SettingsTest, AStoredPathIsShortenedToWhatStillFits) {
 }
 
 TEST_F(SettingsTest, AContainerThatNoLongerFitsIsReplacedForTheSession) {
-  ASSERT_EQ(SetPAB(IdOf('A', "a2")), S_OK);
+  ASSERT_EQ(SetPAB(FakeId('A', "a2")), S_OK);
   LogOnAgain();
-  state_.a.containers[2].flags = AB_RECIPIENTS;
+  state_.a.SetFlags("a2", AB_RECIPIENTS);
   EXPECT_EQ(Get(false), "b2");
-  state_.a.containers[2].flags = AB_MODIFIABLE;
+  state_.a.SetFlags("a2", AB_MODIFIABLE);
   EXPECT_EQ(Get(false), "b2") << "stays for the session";
   LogOnAgain();
   EXPECT_EQ(Get(false), "a2");
-  for (ScriptedProvider* provider : {&state_.a, &state_.b}) provider->containers[2].flags = 0;
+  state_.a.SetFlags("a2", 0);
+  state_.b.SetFlags("b2", 0);
   EXPECT_EQ(Get(false, E_FAIL), "");
-  Countdown lasting(1, true);
-  state_.calls.countdown = &lasting;
-  EXPECT_EQ(Get(false, kProviderFailure), "");
-  state_.calls.countdown = nullptr;
+  calls_.DoBadly(1, Misdeed::kFails, true);
+  EXPECT_EQ(Get(false, kFakeFailure), "");
 }
 
 TEST_F(SettingsTest, StoredValuesOfOtherTypesCountAsNone) {
@@ -175,31 +172,29 @@ TEST_F(SettingsTest, StoredValuesOfOtherTypesCountAsNone) {
 
 // Placeholders, other types and missing columns in the hierarchy, and containers that tell no flags.
 TEST_F(SettingsTest, RowsOfProvidersAreNotTrusted) {
-  const std::function<void(SPropValue*, ULONG*)> spoilers[] = {
-      [](SPropValue* values, ULONG* count) {
-        if (*count > 1) values[1] = SPropValue{WithPropType(PR_ENTRYID, PT_ERROR), 0, {}};
+  using Values = SPropValue*&;
+  using Count = ULONG&;
+  void (*const spoilers[])(Values, Count) = {
+      [](Values values, Count count) { values[count > 1 ? 1 : 0] = NotFoundValue(count > 1 ? PR_ENTRYID : PR_DEPTH); },
+      [](Values values, Count count) {
+        if (count > 1) values[1].Value.bin = {0, nullptr};
       },
-      [](SPropValue* values, ULONG* count) {
-        if (*count > 1) values[1].Value.bin = {0, nullptr};
+      [](Values values, Count count) {
+        if (count > 1) values[1] = TextValue(WithPropType(PR_ENTRYID, PT_UNICODE), UAB_TEXT("a"));
       },
-      [](SPropValue* values, ULONG* count) {
-        if (*count == 1) return;
-        values[1].ulPropTag = WithPropType(PR_ENTRYID, PT_UNICODE);
-        values[1].Value = values[0].Value;
-      },
-      [](SPropValue* values, ULONG* count) { values[*count > 3 ? 3 : 0].ulPropTag = PR_NULL; },
-      [](SPropValue*, ULONG* count) { *count = *count > 3 ? 3 : 0; },
+      [](Values values, Count count) { values[count > 3 ? 3 : 0].ulPropTag = PR_NULL; },
+      [](Values, Count count) { count = count > 3 ? 3 : 0; },
   };
-  ASSERT_EQ(SetPAB(IdOf('B', "b2")), S_OK);
+  ASSERT_EQ(SetPAB(FakeId('B', "b2")), S_OK);
   for (const auto& spoil : spoilers) {
-    state_.calls.spoil = spoil;
+    SpoilWith(spoil);
     EXPECT_EQ(Get(true, E_FAIL), "");
   }
-  state_.calls.spoil = nullptr;
-  state_.calls.stores_nothing = true;
+  calls_.spoil = nullptr;
+  calls_.DoBadly(1, Misdeed::kNothing, true);
   EXPECT_EQ(Get(false, E_FAIL), "");
-  EXPECT_EQ(SetPAB(IdOf('A', "a2")), E_FAIL);
-  state_.calls.stores_nothing = false;
+  EXPECT_EQ(SetPAB(FakeId('A', "a2")), E_FAIL);
+  calls_.DoBadly(0);
   EXPECT_EQ(Get(false), "b2");
 }
 

@@ -27,7 +27,7 @@ const IID& IidOf(const FakeEntry& entry) {
 
 // A source with members of every sort and an empty destination that has both templates.
 struct Store {
-  Store() : provider(std::make_unique<FakeProvider>(BYTE{7})) {
+  Store() : provider(std::make_unique<FakeProvider>(char{7})) {
     for (const char* user : {"ann", "bob"}) provider->AddUser(user);
     provider->AddList("source");
     provider->SetTemplates(provider->AddList("destination"), true, true);

@@ -1,11 +1,9 @@
 #include "session/logon.h"
 
-#include "session/logon_fixture.h"
+#include "session/staged_world.h"
 
 namespace uab {
 namespace {
-
-using LogonTest = LogonFixture;
 
 TEST_F(LogonTest, ResolvesTheDefaultOrTheNamedProfile) {
   WCHAR longest[66] = {};
@@ -49,34 +47,35 @@ TEST_F(LogonTest, StoresTheSessionAndItsAddressBook) {
   ComPtr<IAddrBook> again;
   ASSERT_EQ(Open(empty, session), S_OK);
   EXPECT_EQ(session->OpenAddressBook(0, address_book.Put()), S_OK);
-  EXPECT_STREQ(stage.events, "");
+  EXPECT_EQ(world.events, "");
   address_book.Reset();
 
   ASSERT_EQ(Open(two, session, address_book.Put()), S_OK);
   EXPECT_EQ(session->OpenAddressBook(0, again.Put()), S_OK);
   EXPECT_EQ(again.Get(), address_book.Get());
-  for (const ProviderStage::Role& role : stage.roles) {
-    EXPECT_EQ(role.app_key, app_key);
-    EXPECT_EQ(role.resources, reinterpret_cast<HINSTANCE>(this));
-    EXPECT_EQ(role.flags, MAPI_UNICODE);
+  for (const StagedWorld::Role& role : world.roles) {
+    EXPECT_EQ(role.seen.app_key, app_key);
+    EXPECT_EQ(role.seen.resources, reinterpret_cast<HINSTANCE>(this));
+    EXPECT_EQ(role.seen.flags, MAPI_UNICODE);
   }
 }
 
 TEST_F(LogonTest, AFailureLeavesNothingLoadedAndNothingWritten) {
-  for (auto act : {ProviderStage::kFail, ProviderStage::kFailWithObject, ProviderStage::kThrow}) {
+  for (HRESULT answer : {kFakeFailure, ProviderStage::kThrow}) {
     for (int number : {0, 1}) {
-      SCOPED_TRACE(testing::Message() << "act " << act << " of provider " << number);
-      stage.roles[number].act = act;
-      stage.roles[1 - number] = {};
-      stage.roles[1 - number].keeps_section = true;
+      SCOPED_TRACE(testing::Message() << "answer " << answer << " of provider " << number);
+      world.roles[0] = world.roles[1] = {};
+      world.roles[number].answer = answer;
+      world.roles[1 - number].keeps_section = true;
+      ProviderStage& stage = world;
       auto* session = reinterpret_cast<IUABSession*>(this);
       auto* address_book = reinterpret_cast<IAddrBook*>(this);
       EXPECT_EQ(UABOpen(app_key, nullptr, reinterpret_cast<ULONG_PTR>(&stage), two, MAPI_UNICODE, nullptr, nullptr,
                         nullptr, &address_book, &session, 0),
-                act == ProviderStage::kThrow ? E_FAIL : kStagedFailure);
+                answer == ProviderStage::kThrow ? E_FAIL : answer);
       EXPECT_EQ(static_cast<void*>(session), this);
       EXPECT_EQ(static_cast<void*>(address_book), this);
-      EXPECT_TRUE(NothingLoaded());
+      EXPECT_TRUE(world.NothingLoaded());
     }
   }
 }

@@ -1,23 +1,14 @@
 #include "session/provider_loading.h"
 
-#include <gtest/gtest.h>
-
-#include <memory>
-
 #include "frame/module.h"
 #include "session/provider_list.h"
-#include "session/provider_stage.h"
+#include "session/staged_world.h"
 #include "support/failure_sweep.h"
-#include "support/loaded_module.h"
-#include "support/refusing_objects.h"
-#include "support/values.h"
 #include "tables/mem_table.h"
 
 namespace uab {
 namespace {
 
-constexpr char kProvider0[] = "staged_provider_0.plugin";
-constexpr char kProvider1[] = "staged_provider_1.plugin";
 constexpr HRESULT kAdminFailure = static_cast<HRESULT>(0x80040F0Du);
 
 // The services of a profile, without a profile.
@@ -67,24 +58,27 @@ struct ProviderLoading : testing::Test {
   ProviderLoading() { EXPECT_EQ(ProviderList::Create(list), S_OK); }
   ~ProviderLoading() override {
     list->FreeEntries();
-    EXPECT_TRUE(NothingLoaded());
+    EXPECT_TRUE(world.NothingLoaded());
     EXPECT_EQ(admin.section.references, 0u);
   }
 
-  HRESULT Load() { return LoadProviders(&admin, list.Get(), Arguments(stage)); }
-  LogonArguments Arguments(ProviderStage& target) {
-    return {app_key, reinterpret_cast<HINSTANCE>(&app_key), reinterpret_cast<ULONG_PTR>(&target), 0x40};
-  }
+  HRESULT Load() { return LoadProviders(&admin, list.Get(), arguments); }
   void AddBoth() {
-    admin.Add(kProvider0);
-    admin.Add(kProvider1);
+    admin.Add(kLibrary0);
+    admin.Add(kLibrary1);
   }
-  static bool NothingLoaded() {
-    return !IsModuleLoaded(kProvider0) && !IsModuleLoaded(kProvider1) && !IsModuleLoaded("no_provider.plugin");
+  // The other provider has gone, its library behind it, and what it kept.
+  void ExpectUndone(const char* events) {
+    EXPECT_EQ(std::exchange(world.events, ""), events);
+    EXPECT_EQ(list->count(), 0u);
+    EXPECT_TRUE(world.NothingLoaded());
+    EXPECT_EQ(world.held(), 0u);
   }
 
   WCHAR app_key[4] = {'K', 'e', 'y'};
-  ProviderStage stage;
+  StagedWorld world;
+  const LogonArguments arguments = {app_key, reinterpret_cast<HINSTANCE>(&app_key),
+                                    reinterpret_cast<ULONG_PTR>(static_cast<ProviderStage*>(&world)), 0x40};
   FakeAdmin admin;
   ComPtr<ProviderList> list;
 };
@@ -101,25 +95,26 @@ TEST_F(ProviderLoading, TheLastServiceIsTheFirstEntry) {
     EXPECT_TRUE(entry.library && entry.open_routine != nullptr && entry.service_routine != nullptr && entry.provider);
     EXPECT_EQ(entry.service_uid.ab[0], number + 1);
     ComPtr<ProviderEntry> owner;
-    EXPECT_EQ(list->FindByUid(StagedId(number, StagedId::kList).uid, owner), S_OK);
+    EXPECT_EQ(list->FindByUid(world.providers[number].uid, owner), S_OK);
     EXPECT_EQ(owner.Get(), &entry);
-    const ProviderStage::Role& role = stage.roles[number];
-    EXPECT_EQ(role.app_key, app_key);
-    EXPECT_EQ(role.resources, reinterpret_cast<HINSTANCE>(&app_key));
-    EXPECT_EQ(role.flags, MAPI_UNICODE | 0x40);
-    EXPECT_EQ(role.host_value, HostValue());
-    EXPECT_NE(role.host_value, 0u);
+    const ProviderStage::Opening& seen = world.roles[number].seen;
+    EXPECT_EQ(seen.app_key, app_key);
+    EXPECT_EQ(seen.resources, arguments.resources);
+    EXPECT_EQ(seen.flags, MAPI_UNICODE | 0x40);
+    EXPECT_EQ(seen.allocate_buffer, &UABAllocateBuffer);
+    EXPECT_EQ(seen.host_value, HostValue());
+    EXPECT_NE(seen.host_value, 0u);
   }
   entries.clear();
   list->FreeEntries();
-  EXPECT_STREQ(stage.events, "O0O1R1U1R0U0");
+  ExpectUndone("O0O1R1U1R0U0");
 }
 
 TEST_F(ProviderLoading, WithoutServicesThereIsNothingToLoad) {
   EXPECT_EQ(Load(), S_OK);
   EXPECT_EQ(list->count(), 0u);
-  EXPECT_EQ(LoadProviders(nullptr, list.Get(), Arguments(stage)), E_INVALIDARG);
-  EXPECT_EQ(LoadProviders(&admin, nullptr, Arguments(stage)), E_INVALIDARG);
+  EXPECT_EQ(LoadProviders(nullptr, list.Get(), arguments), E_INVALIDARG);
+  EXPECT_EQ(LoadProviders(&admin, nullptr, arguments), E_INVALIDARG);
 }
 
 TEST_F(ProviderLoading, AServiceThatCannotBeLoadedUnloadsTheOthers) {
@@ -133,81 +128,74 @@ TEST_F(ProviderLoading, AServiceThatCannotBeLoadedUnloadsTheOthers) {
       {MAPI_E_NOT_FOUND, [](FakeAdmin& a, SPropValue*) { a.Add(""); }},
       {MAPI_E_NOT_FOUND, [](FakeAdmin& a, SPropValue*) { a.Add(std::string(300, 'x').c_str()); }},
       {E_FAIL, [](FakeAdmin& a, SPropValue*) { a.Add("no_provider.plugin"); }},
-      {E_FAIL, [](FakeAdmin& a, SPropValue*) { a.Add(kProvider1, "NoSuchEntry"); }},
-      {E_FAIL, [](FakeAdmin& a, SPropValue*) { a.Add(kProvider1, ""); }},
-      {MAPI_E_INVALID_OBJECT, [](FakeAdmin& a, SPropValue*) { a.Add(kProvider1, "ServiceEntry", 15); }},
-      {MAPI_E_INVALID_OBJECT, [](FakeAdmin& a, SPropValue*) { a.Add(kProvider1, "ServiceEntry", 17); }},
-      {MAPI_E_INVALID_OBJECT, [](FakeAdmin& a, SPropValue*) { a.Add(kProvider1, "ServiceEntry", 0); }},
+      {E_FAIL, [](FakeAdmin& a, SPropValue*) { a.Add(kLibrary1, "NoSuchEntry"); }},
+      {E_FAIL, [](FakeAdmin& a, SPropValue*) { a.Add(kLibrary1, ""); }},
+      {MAPI_E_INVALID_OBJECT, [](FakeAdmin& a, SPropValue*) { a.Add(kLibrary1, "ServiceEntry", 15); }},
+      {MAPI_E_INVALID_OBJECT, [](FakeAdmin& a, SPropValue*) { a.Add(kLibrary1, "ServiceEntry", 17); }},
+      {MAPI_E_INVALID_OBJECT, [](FakeAdmin& a, SPropValue*) { a.Add(kLibrary1, "ServiceEntry", 0); }},
       {MAPI_E_INVALID_OBJECT, [](FakeAdmin& a, SPropValue* values) { a.AddRow(values, 2); }},
-      {kAdminFailure, [](FakeAdmin& a, SPropValue*) { a.Add(kProvider1), a.refused_section = 2; }},
+      {kAdminFailure, [](FakeAdmin& a, SPropValue*) { a.Add(kLibrary1), a.refused_section = 2; }},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(&c - cases);
     FakeAdmin fresh;
-    fresh.Add(kProvider0);
+    fresh.Add(kLibrary0);
     c.prepare(fresh, no_library);
-    ProviderStage target;
-    EXPECT_EQ(LoadProviders(&fresh, list.Get(), Arguments(target)), c.expected);
-    EXPECT_EQ(list->count(), 0u);
-    EXPECT_STREQ(target.events, "O0R0U0");
-    EXPECT_TRUE(NothingLoaded());
+    EXPECT_EQ(LoadProviders(&fresh, list.Get(), arguments), c.expected);
     EXPECT_EQ(fresh.section.references, 0u);
+    ExpectUndone("O0R0U0");
   }
-  admin.Add(kProvider0);
+  admin.Add(kLibrary0);
   admin.table_answer = kAdminFailure;
   EXPECT_EQ(Load(), kAdminFailure);
 }
 
 TEST_F(ProviderLoading, AProviderThatDoesNotOpenUnloadsTheOthers) {
   const struct {
-    ProviderStage::Act act;
+    HRESULT answer;
+    bool has_object;
     HRESULT expected;
     const char* events;
   } cases[] = {
-      {ProviderStage::kFail, kStagedFailure, "O0O1U1R0U0"},
-      {ProviderStage::kFailWithObject, kStagedFailure, "O0O1R1U1R0U0"},  // its object goes before its library
-      {ProviderStage::kThrow, E_FAIL, "O0O1U1R0U0"},
+      {kFakeFailure, false, kFakeFailure, "O0O1U1R0U0"},
+      {kFakeFailure, true, kFakeFailure, "O0O1R1U1R0U0"},  // its object goes before its library
+      {ProviderStage::kThrow, true, E_FAIL, "O0O1R1U1R0U0"},
   };
   AddBoth();
   for (const auto& c : cases) {
-    ProviderStage target;
-    target.roles[0].keeps_section = true;
-    target.roles[1].act = c.act;
-    EXPECT_EQ(LoadProviders(&admin, list.Get(), Arguments(target)), c.expected) << c.events;
-    EXPECT_STREQ(target.events, c.events);
-    EXPECT_EQ(list->count(), 0u);
-    EXPECT_TRUE(NothingLoaded());
+    world.roles[0].keeps_section = true;
+    world.roles[1].answer = c.answer;
+    world.roles[1].has_object = c.has_object;
+    EXPECT_EQ(Load(), c.expected) << c.events;
+    ExpectUndone(c.events);
     EXPECT_EQ(admin.section.references, 0u);
   }
-}
-
-TEST_F(ProviderLoading, AProviderWithoutObjectKeepsItsPlace) {
-  AddBoth();
-  stage.roles[1].act = ProviderStage::kNoObject;
-  ASSERT_EQ(Load(), S_OK);
+  world.roles[1].answer = S_OK;
+  world.roles[1].has_object = false;
+  ASSERT_EQ(Load(), S_OK) << "success without an object: it keeps its place";
   EXPECT_EQ(list->count(), 2u);
   ComPtr<ProviderEntry> owner;
-  EXPECT_EQ(list->FindByUid(StagedId(1, StagedId::kList).uid, owner), E_ACCESSDENIED);
+  EXPECT_EQ(list->FindByUid(world.providers[1].uid, owner), E_ACCESSDENIED);
 }
 
 TEST_F(ProviderLoading, ASupportObjectThatWasKeptRegistersLateAndOutlivesTheSession) {
   AddBoth();
-  stage.roles[0].registers_late = true;
+  world.roles[0].keeps_support = true;
+  world.roles[0].registers = false;
+  ComPtr<IUABSupport>& support = world.roles[0].support;
   ASSERT_EQ(Load(), S_OK);
-  auto support = ComPtr<IUABSupport>::Attach(stage.roles[0].kept_support);
-  MAPIUID uid = StagedId(0, StagedId::kList).uid;
+  MAPIUID uid = world.providers[0].uid;
   ComPtr<ProviderEntry> owner;
   EXPECT_EQ(list->FindByUid(uid, owner), MAPI_E_NOT_FOUND);
   EXPECT_EQ(support->SetProviderUID(&uid, 0), S_OK);
   EXPECT_EQ(list->FindByUid(uid, owner), S_OK);
   owner.Reset();
   list->FreeEntries();
-  EXPECT_TRUE(NothingLoaded());
+  EXPECT_TRUE(world.NothingLoaded());
   EXPECT_EQ(support->SetProviderUID(&uid, 0), E_INVALIDARG);
 
-  stage.roles[0].act = ProviderStage::kFail;  // the same behind a logon that failed
-  EXPECT_EQ(Load(), kStagedFailure);
-  support = ComPtr<IUABSupport>::Attach(stage.roles[0].kept_support);
+  world.roles[0].answer = kFakeFailure;  // the same behind a logon that failed
+  EXPECT_EQ(Load(), kFakeFailure);
   EXPECT_EQ(support->SetProviderUID(&uid, 0), E_INVALIDARG);
 }
 
@@ -218,22 +206,23 @@ struct Loaded {
 };
 
 TEST_F(ProviderLoading, AnyFailingRequestUnloadsAll) {
-  stage.roles[0].keeps_section = true;
+  world.roles[0].keeps_section = true;
   auto prepare = [] {
     Loaded loaded;
-    loaded.admin->Add(kProvider0);
-    loaded.admin->Add(kProvider1);
+    loaded.admin->Add(kLibrary0);
+    loaded.admin->Add(kLibrary1);
     return loaded;
   };
   auto load = [&](Loaded& loaded) {
     if (HRESULT hr = ProviderList::Create(loaded.list); Failed(hr)) return hr;
-    return LoadProviders(loaded.admin.get(), loaded.list.Get(), Arguments(stage));
+    return LoadProviders(loaded.admin.get(), loaded.list.Get(), arguments);
   };
   auto check = [&](Loaded& loaded, HRESULT hr) {
-    EXPECT_EQ(NothingLoaded(), Failed(hr));
+    world.events.clear();
+    EXPECT_EQ(world.NothingLoaded(), Failed(hr));
     EXPECT_TRUE(!loaded.list || loaded.list->count() == (Failed(hr) ? 0u : 2u));
     loaded.list.Reset();
-    EXPECT_TRUE(NothingLoaded());
+    EXPECT_TRUE(world.NothingLoaded());
     EXPECT_EQ(loaded.admin->section.references, 0u);
   };
   ForEachAllocationFailure(prepare, load, [&](Loaded& loaded, HRESULT hr) {

@@ -1,78 +1,154 @@
 // A whole session with one request failing: of memory, of the system, of a provider.
 #include <algorithm>
 
-#include "frame/allocation_chain.h"
-#include "session/logon_fixture.h"
+#include "platform/registry.h"
+#include "session/staged_world.h"
 #include "support/failure_sweep.h"
+#include "support/unwatched_system_calls.h"
 
 namespace uab {
 namespace {
 
-struct WholeSession : LogonFixture {
-  // Reads the merged hierarchy.
+// All values of a key and of what is below it.
+std::string TextOfKey(HKEY parent, const WCHAR* name) {
+  UniqueKey key;
+  EXPECT_EQ(OpenKey(parent, name, KEY_READ, &key), S_OK);
+  std::string text;
+  WCHAR part[300];
+  for (DWORD i = 0; EnumValueName(key.Get(), i, part, 300) == 0; ++i) {
+    BYTE data[1000];
+    DWORD size = sizeof(data), type = 0;
+    EXPECT_EQ(RegQueryValueExW(key.Get(), part, nullptr, &type, data, &size), 0);
+    text += Bytes(part, Text(part).size() * sizeof(WCHAR)) + std::to_string(type) + Bytes(data, size);
+  }
+  for (DWORD i = 0; EnumSubkey(key.Get(), i, part, 300) == 0; ++i) text += TextOfKey(key.Get(), part);
+  return text;
+}
+std::string Stored() { return TextOfKey(HKEY_CURRENT_USER, UAB_TEXT("Software\\Ostrel")); }
+
+struct WholeSession : LogonTest {
+  void SetUp() override {
+    LogonTest::SetUp();
+    world.roles[0].keeps_support = true;
+    ASSERT_EQ(Run(old, &world.providers[0]), S_OK);
+    before = Stored();
+    ASSERT_EQ(Run(changed, nullptr), S_OK);
+    configured = Stored();
+    ASSERT_EQ(Run(changed, &world.providers[1]), S_OK);
+    after = Stored();
+    ASSERT_TRUE(before != configured && configured != after);
+    last.reserve(2 * after.size());
+    last = after;
+    Restore();
+  }
+
+  // Reads the merged hierarchy with all its levels.
   static HRESULT Browse(IAddrBook& address_book) {
-    ComPtr<IUnknown> root;
     ULONG type = 0;
+    ComPtr<IUnknown> root;
     if (HRESULT hr = address_book.OpenEntry(0, nullptr, nullptr, 0, &type, root.Put()); Failed(hr)) return hr;
     ComPtr<IMAPITable> hierarchy;
-    HRESULT hr = static_cast<IMAPIContainer*>(root.Get())->GetHierarchyTable(MAPI_UNICODE, hierarchy.Put());
+    HRESULT hr = static_cast<IMAPIContainer*>(root.Get())
+                     ->GetHierarchyTable(MAPI_UNICODE | CONVENIENT_DEPTH, hierarchy.Put());
     if (Failed(hr)) return hr;
     RowSetPtr rows;
     return hierarchy->QueryRows(100, 0, rows.Put());
   }
-
-  // Logs on, browses, expands, sets the personal address book, logs off.
-  HRESULT Run() {
-    StagedId pab(1, StagedId::kContainer);
+  // Copies a list of one provider into a container of the other.
+  HRESULT CopyTeam(IUABSupport& support) {
+    auto source = world.providers[0].Open("team"), destination = world.providers[1].Open("people");
+    TagArray<1> tags = {1, {PR_CONTAINER_CONTENTS}};
+    return support.DoCopyProps(&IID_IDistList, source.Get(), tags.address(), 0, nullptr, &IID_IABContainer,
+                               destination.Get(), MAPI_UNICODE, nullptr);
+  }
+  static HRESULT Configure(IUABSession& session, WCHAR* comment) {
+    ComPtr<IMsgServiceAdmin> admin;
+    if (HRESULT hr = session.AdminServices(0, admin.Put()); Failed(hr)) return hr;
+    ComPtr<IMAPITable> services;
+    if (HRESULT hr = admin->GetMsgServiceTable(MAPI_UNICODE, services.Put()); Failed(hr)) return hr;
+    RowSetPtr rows;
+    if (HRESULT hr = services->QueryRows(1, 0, rows.Put()); Failed(hr)) return hr;
+    const SPropValue* uid = FindProp(rows->aRow[0].lpProps, rows->aRow[0].cValues, PR_SERVICE_UID);
+    SPropValue value = TextValue(PR_COMMENT_W, comment);
+    ComPtr<IMAPIProp> section;
+    return admin->ConfigureMsgService(reinterpret_cast<MAPIUID*>(uid->Value.bin.lpb), 0,
+                                      MAPI_UNICODE | SERVICE_UI_ALWAYS, 1, &value, section.Put());
+  }
+  // Logs on, browses, expands, copies, configures, sets the personal address book where one is given, logs off.
+  HRESULT Run(WCHAR* comment, FakeProvider* pab) {
     ComPtr<IUABSession> session;
     ComPtr<IAddrBook> address_book;
-    expanded = 0;
-    if (HRESULT hr = Open(two, session, address_book.Put()); Failed(hr)) return hr;
-    if (HRESULT hr = Browse(*address_book.Get()); Failed(hr)) return hr;
+    HRESULT hr = Open(two, session, address_book.Put());
+    ComPtr<IUABSupport> support = std::move(world.roles[0].support);
+    if (Failed(hr)) return hr;
+    if (hr = Browse(*address_book.Get()); Failed(hr)) return hr;
     AdrListPtr list = ListOf(0);
-    if (!list) return E_OUTOFMEMORY;
-    if (HRESULT hr = Expand(*session.Get(), list); Failed(hr)) return hr;
-    expanded = list->cEntries;
-    if (HRESULT hr = address_book->SetPAB(sizeof(pab), reinterpret_cast<ENTRYID*>(&pab)); Failed(hr)) return hr;
-    address_book.Reset();
-    session.Reset();
-    return S_OK;
+    if (hr = Expand(*session.Get(), list); Failed(hr)) return hr;
+    if (hr = CopyTeam(*support); Failed(hr)) return hr;
+    if (hr = Configure(*session.Get(), comment); Failed(hr) || pab == nullptr) return hr;
+    const std::string id = pab->Id("people");
+    return address_book->SetPAB(SizeOf(id), EntryIn(id));
   }
 
-  void ExpectUndone(HRESULT hr) {
-    EXPECT_TRUE(NothingLoaded());
-    EXPECT_TRUE(Failed(hr) || expanded == 4u);
-    std::string events = stage.events;
+  void Restore() {
+    if (last != before) {
+      EXPECT_EQ(Run(old, &world.providers[0]), S_OK);
+      ExpectUndone();
+      EXPECT_EQ(Stored(), before);
+    }
+  }
+  HRESULT Change() { return Run(changed, &world.providers[1]); }
+  void ExpectUndone() {
+    EXPECT_TRUE(world.NothingLoaded());
+    EXPECT_EQ(world.held(), 0u);
+    const std::string& events = world.events;
     EXPECT_EQ(std::count(events.begin(), events.end(), 'O'), std::count(events.begin(), events.end(), 'U')) << events;
-    stage.events[0] = 0;
+    world.events.clear();
+    FakeEntry& people = world.providers[1].At("people");  // without what has been copied
+    people.members.clear();
+    people.member_ids.clear();
+    world.providers[1].DropNewEntries();
+  }
+  void Check(HRESULT hr) {
+    ExpectUndone();
+    const std::string stored = Stored();
+    last = stored;  // in the room that it has
+    EXPECT_TRUE(stored == before || stored == configured || stored == after) << "something in between";
+    EXPECT_TRUE(Failed(hr) || stored != before);
   }
 
-  ULONG expanded = 0;
+  WCHAR old[4] = {'o', 'l', 'd'};
+  WCHAR changed[4] = {'n', 'e', 'w'};
+  std::string before, configured, after, last;
 };
 
-struct Nothing {};
-
 TEST_F(WholeSession, SurvivesAnyFailingAllocation) {
-  ForEachAllocationFailure([] { return Nothing(); }, [&](Nothing&) { return Run(); },
-                           [&](Nothing&, HRESULT hr) { ExpectUndone(hr); });
+  UnwatchedSystemCalls unwatched;
+  ForEachAllocationFailure([&] { return Restore(), 0; }, [&](int) { return Change(); },
+                           [&](int, HRESULT hr) { Check(hr); });
 }
 
 TEST_F(WholeSession, SurvivesAnyFailingSystemCall) {
-  ForEachSystemCallFailure([] { return Nothing(); }, [&](Nothing&) { return Run(); },
-                           [&](Nothing&, HRESULT hr) { ExpectUndone(hr); });
+  ForEachSystemCallFailure([&] { return Restore(), 0; }, [&](int) { return Change(); },
+                           [&](int, HRESULT hr) { Check(hr); });
 }
 
-TEST_F(WholeSession, SurvivesAnyFailingCallOfAProvider) {
-  ASSERT_EQ(Run(), S_OK);
-  const int calls = stage.calls;
-  ASSERT_GT(calls, 10);
-  for (int refused = 1; refused <= calls; ++refused) {
-    SCOPED_TRACE(refused);
-    HeapWatch watch;
-    stage.calls = 0;
-    stage.refused_call = refused;
-    ExpectUndone(Run());
-    EXPECT_EQ(watch.live(), 0u) << watch.Describe();
+TEST_F(WholeSession, SurvivesAnyCallOfAProviderDoneBadly) {
+  for (Misdeed misdeed : {Misdeed::kFails, Misdeed::kThrows}) {
+    bool misbehaved = true;
+    for (std::uint32_t call = 1; misbehaved; ++call) {
+      SCOPED_TRACE(testing::Message() << "misdeed " << static_cast<int>(misdeed) << ", call " << call);
+      Restore();
+      HeapWatch watch;
+      world.calls->DoBadly(call, misdeed);
+      HRESULT hr = Change();
+      misbehaved = world.calls->misbehaved();
+      world.calls->DoBadly(0);
+      Check(hr);
+      EXPECT_TRUE(misbehaved || hr == S_OK);
+      EXPECT_EQ(watch.live(), 0u) << watch.Describe();
+      if (testing::Test::HasFailure()) return;
+    }
   }
 }
 

@@ -1,23 +1,21 @@
 #include "session/session.h"
 
-#include "frame/allocation_chain.h"
-#include "keluab/tags.h"
-#include "session/logon_fixture.h"
+#include "session/staged_world.h"
 
 namespace uab {
 namespace {
 
-struct SessionTest : LogonFixture {
+struct SessionTest : LogonTest {
   void SetUp() override {
-    LogonFixture::SetUp();
+    LogonTest::SetUp();
     ASSERT_EQ(Open(two, session), S_OK);
   }
   void TearDown() override {
     session.Reset();
-    LogonFixture::TearDown();
+    LogonTest::TearDown();
   }
   // Whose library was loaded first; services have no order of their own.
-  int first() const { return stage.events[1] - '0'; }
+  int first() const { return world.events[1] - '0'; }
 
   ComPtr<IUABSession> session;
 };
@@ -93,12 +91,14 @@ TEST_F(SessionTest, ExpandsAcrossProviders) {
   for (ULONG i = 0; i < list->cEntries; ++i) {
     ADRENTRY& entry = list->aEntries[i];
     ASSERT_EQ(entry.cValues, 5u);
-    auto* id = reinterpret_cast<StagedId*>(entry.rgPropVals[0].Value.bin.lpb);
-    EXPECT_EQ(entry.rgPropVals[1].ulPropTag, PR_RECIPIENT_TYPE);
+    const ULONG tags[] = {PR_ENTRYID, PR_RECIPIENT_TYPE, PR_DISPLAY_NAME_W, WithPropType(PR_ADDRTYPE_W, PT_ERROR),
+                          PR_OBJECT_TYPE};
+    for (int at = 0; at < 5; ++at) EXPECT_EQ(entry.rgPropVals[at].ulPropTag, tags[at]);
     EXPECT_EQ(entry.rgPropVals[1].Value.ul, MAPI_CC);
-    members += std::to_string(id->uid.ab[0] - 0xA0) + (id->entry == StagedId::kAnn ? "ann " : "bob ");
+    const SBinary& id = entry.rgPropVals[0].Value.bin;
+    members += Bytes(id.lpb, id.cb).substr(19) + " ";
   }
-  EXPECT_EQ(members, "0ann 0bob 1ann 1bob ");
+  EXPECT_EQ(members, "Aann Abob Bann Bbob ");
 }
 
 TEST_F(SessionTest, TheLastReleaseUnloadsAndWhatIsHeldSaysSo) {
@@ -108,18 +108,19 @@ TEST_F(SessionTest, TheLastReleaseUnloadsAndWhatIsHeldSaysSo) {
   EXPECT_EQ(session->AddRef(), 2u);
   EXPECT_EQ(session->Release(), 1u);
   session.Reset();
-  EXPECT_EQ(stage.events, expected);
-  StagedId id(0, StagedId::kList);
+  EXPECT_EQ(world.events, expected);
+  const std::string id = world.providers[0].Id("team");
   ComPtr<IUnknown> object;
   ULONG type = 0;
-  EXPECT_EQ(address_book->OpenEntry(sizeof(id), reinterpret_cast<ENTRYID*>(&id), nullptr, 0, &type, object.Put()),
+  EXPECT_EQ(address_book->OpenEntry(SizeOf(id), EntryIn(id), nullptr, 0, &type, object.Put()),
             MAPI_E_END_OF_SESSION);
 }
 
 TEST_F(SessionTest, ProvidersMayCallBackDuringEachCall) {
-  stage.intruder = session.Get();
-  stage.intrude = [](ProviderStage& staged) {
-    auto* inside = static_cast<IUABSession*>(staged.intruder);
+  IUABSession* inside = session.Get();
+  int calls = 0;
+  world.intrude = [&] {
+    ++calls;
     ComPtr<IAddrBook> address_book;
     ComPtr<IMsgServiceAdmin> admin;
     inside->AddRef();
@@ -130,7 +131,9 @@ TEST_F(SessionTest, ProvidersMayCallBackDuringEachCall) {
   AdrListPtr list = ListOf(1);
   EXPECT_EQ(Expand(*session, list), S_OK);
   EXPECT_EQ(list->cEntries, 4u);
-  EXPECT_GT(stage.calls, 10);
+  EXPECT_GT(calls, 10);
+  session.Reset();
+  world.intrude = nullptr;
 }
 
 }  // namespace

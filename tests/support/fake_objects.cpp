@@ -67,7 +67,8 @@ HRESULT FakeObject::GetProps(SPropTagArray* tags, ULONG, ULONG* count, SPropValu
   *count = 0;
   *values = nullptr;
   FakeProvider::Turn turn = provider_.Enter("GetProps");
-  return turn.stop ? turn.result : AnswerValues(turn, entry_->props, tags, count, values);
+  if (turn.stop) return turn.result;
+  return provider_.AnswerValues(turn, entry_->props, entry_->name, tags, count, values);
 }
 
 HRESULT FakeObject::GetPropList(ULONG, SPropTagArray** tags) {
@@ -114,8 +115,9 @@ HRESULT FakeObject::SetProps(ULONG count, SPropValue* values, SPropProblemArray*
   return S_OK;
 }
 
-HRESULT FakeObject::GetContentsTable(ULONG, IMAPITable** table) {
+HRESULT FakeObject::GetContentsTable(ULONG flags, IMAPITable** table) {
   *table = nullptr;
+  if ((flags & MAPI_UNICODE) == 0) return MAPI_E_BAD_CHARWIDTH;
   if (FakeProvider::Turn turn = provider_.Enter("GetContentsTable"); turn.stop) return turn.result;
   return HandOut<FakeTable>(table, provider_, entry_->members);
 }
@@ -158,16 +160,18 @@ HRESULT FakeObject::CopyEntries(ENTRYLIST* entries, ULONG_PTR, IMAPIProgress*, U
 }
 
 HRESULT FakeObject::DeleteEntries(ENTRYLIST* entries, ULONG) {
-  if (FakeProvider::Turn turn = provider_.Enter("DeleteEntries"); turn.stop) return turn.result;
+  std::string names;
+  for (const std::string& id : Strings(*entries)) names += (names.empty() ? "" : " ") + id.substr(20);
+  if (FakeProvider::Turn turn = provider_.Enter("DeleteEntries", names); turn.stop) return turn.result;
   for (const std::string& id : Strings(*entries)) {
-    entry_->deleted.push_back(id);
     std::erase(entry_->members, id);
     entry_->member_ids.erase(id);
   }
   return S_OK;
 }
 
-FakeTable::FakeTable(FakeProvider& provider, const std::vector<std::string>& ids) : provider_(provider), ids_(ids) {
+FakeTable::FakeTable(FakeProvider& provider, const std::vector<std::string>& ids)
+    : provider_(provider), ids_(ids), position_(ids.size()) {
   ++provider_.live_objects;
 }
 
@@ -195,7 +199,8 @@ HRESULT FakeTable::QueryRows(LONG count, ULONG, SRowSet** rows) {
   *rows = nullptr;
   FakeProvider::Turn turn = provider_.Enter("QueryRows");
   if (turn.stop) return turn.result;
-  const std::size_t wanted = std::min(static_cast<std::size_t>(count), ids_.size() - position_);
+  const auto asked = static_cast<std::size_t>(count + provider_.calls->surplus_rows);
+  const std::size_t wanted = std::min(asked, ids_.size() - position_);
   ChainPtr<SRowSet> block;
   if (HRESULT hr = AllocateInto(block, RowSetSize(wanted)); Failed(hr)) return hr;
   RowSetPtr set(block.Detach());
@@ -204,13 +209,15 @@ HRESULT FakeTable::QueryRows(LONG count, ULONG, SRowSet** rows) {
     const std::string& id = ids_[position_ + i];
     FakeEntryPtr entry = provider_.Find(id);
     PropList alone;
-    if (entry == nullptr) alone.Set(BinaryValue(PR_ENTRYID, id.data(), static_cast<ULONG>(id.size())));
+    HRESULT hr = entry != nullptr ? S_OK : alone.Set(BinaryValue(PR_ENTRYID, id.data(), static_cast<ULONG>(id.size())));
+    if (Failed(hr)) return hr;
     SRow& row = set->aRow[i];
-    HRESULT hr = AnswerValues(turn, entry != nullptr ? entry->props : alone, columns, &row.cValues, &row.lpProps);
+    hr = provider_.AnswerValues(turn, entry != nullptr ? entry->props : alone, id.size() < 20 ? "" : id.substr(20),
+                                        columns, &row.cValues, &row.lpProps);
     if (Failed(hr)) return hr;
     ++set->cRows;
   }
-  position_ += wanted;
+  if (!provider_.calls->endless) position_ += wanted;
   *rows = set.Detach();
   return S_OK;
 }

@@ -37,6 +37,7 @@ class FakeObject final : public RefusingProp<IABContainer> {
 };
 
 // The entries of some identifiers, as they stand when the table is made. A row of an unknown one is a PR_ENTRYID alone.
+// A new table stands at its end, where an earlier reader may have left it.
 class FakeTable final : public RefusingTable {
  public:
   FakeTable(FakeProvider& provider, const std::vector<std::string>& ids);
@@ -51,7 +52,7 @@ class FakeTable final : public RefusingTable {
   FakeProvider& provider_;
   std::vector<std::string> ids_;
   std::vector<ULONG> columns_;  // count, then tags: an SPropTagArray
-  std::size_t position_ = 0;
+  std::size_t position_;
 };
 
 }  // namespace uab

@@ -4,8 +4,6 @@
 
 #include "frame/allocation_chain.h"
 #include "keluab/iids.h"
-#include "props/adr_entry.h"
-#include "props/prop_values.h"
 #include "support/fake_objects.h"
 #include "support/values.h"
 #include "tables/table_row.h"
@@ -21,59 +19,54 @@ void SetBinary(PropList& props, ULONG tag, const std::string& bytes) {
   props.Set(BinaryValue(tag, bytes.data(), static_cast<ULONG>(bytes.size())));
 }
 
-// The list's properties as a row, whose values are a head block of their own.
-HRESULT Project(const PropList& props, const SPropTagArray* tags, ULONG* count, SPropValue** values) {
-  SRow row{};
-  HRESULT hr = ProjectRow(props, tags, row);
-  if (Succeeded(hr)) {
-    *count = row.cValues;
-    *values = row.lpProps;
-  }
-  return hr;
-}
+std::string NameOf(ULONG size, const ENTRYID* entry) { return size < 20 ? "" : BytesAt(size, entry).substr(20); }
 
 }  // namespace
 
-HRESULT AnswerValues(const FakeProvider::Turn& turn, const PropList& props, const SPropTagArray* tags, ULONG* count,
-                     SPropValue** values) {
-  HRESULT hr = Project(props, tags, count, values);
-  if (Failed(hr)) return hr;
-  if (turn.fewer) *count = 0;
-  for (ULONG i = 0; turn.other_types && i < *count; ++i) {
-    (*values)[i] = TextValue(WithPropType((*values)[i].ulPropTag, PT_UNICODE), UAB_TEXT("no such value"));
-  }
-  return hr;
+void FakeCalls::DoBadly(std::uint32_t call, Misdeed misdeed, bool lasting) {
+  countdown_.emplace(call, lasting);
+  misdeed_ = misdeed;
 }
 
-FakeProvider::FakeProvider(BYTE number) : calls_(std::make_unique<Countdown>()) {
-  std::memset(uid.ab, number, sizeof(uid.ab));
-  AddContainer("root");
-  root_ = Find(Id("root"));
+void FakeCalls::Log(std::string&& call) {
+  std::lock_guard lock(mutex_);
+  log_.push_back(std::move(call));
 }
 
-FakeProvider::~FakeProvider() = default;
-
-std::string FakeProvider::Id(std::string_view name) const {
-  return std::string(4, '\0') + BytesAt(sizeof(uid.ab), uid.ab) + std::string(name);
+bool FakeCalls::Refuses() {
+  std::lock_guard lock(mutex_);
+  return countdown_->Refuses();
 }
 
-FakeEntry& FakeProvider::AddUser(std::string_view name) { return Add(Id(name), MAPI_MAILUSER, {}); }
-
-FakeEntry& FakeProvider::AddList(std::string_view name, const std::vector<std::string_view>& members) {
-  return Add(Id(name), MAPI_DISTLIST, members);
+std::string FakeId(char letter, std::string_view name) {
+  return std::string(4, '\0') + std::string(16, letter) + std::string(name);
 }
 
-FakeEntry& FakeProvider::AddContainer(std::string_view name, const std::vector<std::string_view>& members) {
-  return Add(Id(name), MAPI_ABCONT, members);
+FakeProvider::FakeProvider(char its_letter, std::string_view root_name, std::shared_ptr<FakeCalls> its_calls)
+    : letter(its_letter), calls(std::move(its_calls)) {
+  std::memset(uid.ab, letter, sizeof(uid.ab));
+  AddContainer(root_name);
+  root_ = Find(Id(root_name));
 }
 
-FakeEntry& FakeProvider::Add(const std::string& id, ULONG type, const std::vector<std::string_view>& members) {
+FakeEntry& FakeProvider::AddChild(std::string_view name, ULONG flags) {
+  root_->children.push_back(Id(name));
+  FakeEntry& child = AddContainer(name);
+  SetFlags(name, flags);
+  return child;
+}
+
+void FakeProvider::SetFlags(std::string_view name, ULONG flags) {
+  At(name).props.Set(LongValue(PR_CONTAINER_FLAGS, static_cast<LONG>(flags)));
+}
+
+FakeEntry& FakeProvider::Add(std::string_view name, ULONG type, const std::vector<std::string_view>& members) {
   auto entry = std::make_shared<FakeEntry>();
   entry->type = type;
-  const std::string name = id.substr(20);
+  entry->name = name;
   const std::basic_string<WCHAR> wide(name.begin(), name.end());
   entry->props.Set(TextValue(PR_DISPLAY_NAME_W, wide.c_str()));
-  SetBinary(entry->props, PR_ENTRYID, id);
+  SetBinary(entry->props, PR_ENTRYID, Id(name));
   entry->props.Set(LongValue(PR_OBJECT_TYPE, static_cast<LONG>(type)));
   if (type == MAPI_ABCONT) {
     entry->props.Set(LongValue(PR_CONTAINER_FLAGS, AB_RECIPIENTS | AB_MODIFIABLE));
@@ -83,7 +76,7 @@ FakeEntry& FakeProvider::Add(const std::string& id, ULONG type, const std::vecto
   contents.ulPropTag = PR_CONTAINER_CONTENTS;
   if (type != MAPI_MAILUSER) entry->props.Set(contents);
   for (std::string_view member : members) AddMember(*entry, Id(member));
-  return *store_.insert_or_assign(id, std::move(entry)).first->second;
+  return *store_.insert_or_assign(Id(name), std::move(entry)).first->second;
 }
 
 void FakeProvider::AddMember(FakeEntry& entry, const std::string& id) {
@@ -91,8 +84,14 @@ void FakeProvider::AddMember(FakeEntry& entry, const std::string& id) {
   entry.member_ids.insert(id);
 }
 
+void FakeProvider::AddForeignMember(FakeEntry& entry, const FakeProvider& other, std::string_view name) {
+  const std::string id = other.Id(name);
+  store_[id] = other.Find(id);
+  AddMember(entry, id);
+}
+
 void FakeProvider::AddTemplate(FakeEntry& entry, std::string_view name, ULONG display_type) {
-  FakeEntry& added = Add(Id(name), display_type == DT_MAILUSER ? MAPI_MAILUSER : MAPI_DISTLIST, {});
+  FakeEntry& added = Add(name, display_type == DT_MAILUSER ? MAPI_MAILUSER : MAPI_DISTLIST, {});
   added.props.Set(LongValue(PR_DISPLAY_TYPE, static_cast<LONG>(display_type)));
   entry.templates.push_back(Id(name));
 }
@@ -117,15 +116,11 @@ ComPtr<IABContainer> FakeProvider::Open(std::string_view name) {
   return ComPtr<IABContainer>(new FakeObject(*this, Find(Id(name))));
 }
 
-void FakeProvider::DoBadly(std::uint32_t call, Misdeed misdeed, bool lasting) {
-  calls_ = std::make_unique<Countdown>(call, lasting);
-  misdeed_ = misdeed;
-}
-
-FakeProvider::Turn FakeProvider::Enter(const char* slot) {
-  if (on_call) on_call(slot);
-  if (!calls_->Refuses()) return {false, S_OK, false, false};
-  switch (misdeed_) {
+FakeProvider::Turn FakeProvider::Enter(const char* slot, const std::string& detail) {
+  if (calls->logs) calls->Log(std::string(1, letter) + "." + slot + (detail.empty() ? "" : " " + detail));
+  if (auto run = on_call) run(slot);  // a copy: it may put another in its place
+  if (!calls->Refuses()) return {false, S_OK, false, false};
+  switch (calls->misdeed_) {
     case Misdeed::kThrows:
       throw 1;
     case Misdeed::kFails:
@@ -133,8 +128,23 @@ FakeProvider::Turn FakeProvider::Enter(const char* slot) {
     case Misdeed::kNothing:
       return {true, S_OK, false, false};
     default:
-      return {false, S_OK, misdeed_ == Misdeed::kFewer, misdeed_ == Misdeed::kOtherTypes};
+      return {false, S_OK, calls->misdeed_ == Misdeed::kFewer, calls->misdeed_ == Misdeed::kOtherTypes};
   }
+}
+
+HRESULT FakeProvider::AnswerValues(const Turn& turn, const PropList& props, const std::string& name,
+                                   const SPropTagArray* tags, ULONG* count, SPropValue** values) {
+  SRow row{};
+  HRESULT hr = ProjectRow(props, tags, row);
+  if (Failed(hr)) return hr;
+  for (ULONG i = 0; turn.other_types && i < row.cValues; ++i) {
+    row.lpProps[i] = TextValue(WithPropType(row.lpProps[i].ulPropTag, PT_UNICODE), UAB_TEXT("no such value"));
+  }
+  if (turn.fewer) row.cValues = 0;
+  if (calls->spoil) calls->spoil(name, row.lpProps, row.cValues);
+  *count = row.cValues;
+  *values = row.lpProps;
+  return hr;
 }
 
 FakeEntryPtr FakeProvider::Save(FakeEntry* parent, FakeEntryPtr entry) {
@@ -154,45 +164,46 @@ HRESULT FakeProvider::QueryInterface(const IID& iid, void** object) {
   return S_OK;
 }
 
+ULONG FakeProvider::Release() {
+  const ULONG left = --references;
+  if (left == 0 && calls->logs) calls->Log(std::string(1, letter) + ".Release");
+  if (auto run = on_call; left == 0 && run) run("Release");
+  return left;
+}
+
 HRESULT FakeProvider::GetProps(SPropTagArray* tags, ULONG, ULONG* count, SPropValue** values) {
   *count = 0;
   *values = nullptr;
   Turn turn = Enter("GetProps");
-  return turn.stop ? turn.result : AnswerValues(turn, root_->props, tags, count, values);
+  return turn.stop ? turn.result : AnswerValues(turn, root_->props, root_->name, tags, count, values);
 }
 
 HRESULT FakeProvider::OpenEntry(ULONG size, ENTRYID* entry, const IID*, ULONG, ULONG* type, IUnknown** object) {
   *object = nullptr;
-  if (Turn turn = Enter("OpenEntry"); turn.stop) return turn.result;
+  if (Turn turn = Enter("OpenEntry", NameOf(size, entry)); turn.stop) return turn.result;
   FakeEntryPtr found = Find(BytesAt(size, entry));
   if (found == nullptr) return MAPI_E_NOT_FOUND;
-  auto opened = std::make_unique<FakeObject>(*this, found);
-  if (type != nullptr) *type = found->type;
-  opened->AddRef();
-  *object = opened.release();
+  if (type != nullptr && found->type != 0) *type = found->type;
+  *object = found->stand_in != nullptr ? found->stand_in : new FakeObject(*this, found);
+  (*object)->AddRef();
   return S_OK;
 }
 
-HRESULT FakeProvider::Advise(ULONG size, ENTRYID* entry, ULONG, IMAPIAdviseSink* sink, ULONG* connection) {
-  *connection = 0;
+HRESULT FakeProvider::Advise(ULONG, ENTRYID*, ULONG, IMAPIAdviseSink*, ULONG* connection) {
   if (Turn turn = Enter("Advise"); turn.stop) return turn.result;
-  if (Find(BytesAt(size, entry)) == nullptr) return MAPI_E_NOT_FOUND;
-  sinks[next_connection_] = ComPtr<IMAPIAdviseSink>(sink);
-  const ULONG_PTR wide = next_connection_++;
-  std::memcpy(connection, &wide, wide_connections ? sizeof(wide) : sizeof(ULONG));
+  const ULONG_PTR number = next_connection_++;
+  std::memcpy(connection, &number, sizeof(number));
   return S_OK;
 }
 
-HRESULT FakeProvider::Unadvise(ULONG connection) {
-  if (Turn turn = Enter("Unadvise"); turn.stop) return turn.result;
-  return sinks.erase(connection) != 0 ? S_OK : MAPI_E_NOT_FOUND;
-}
+HRESULT FakeProvider::Unadvise(ULONG connection) { return Enter("Unadvise", std::to_string(connection)).result; }
 
-HRESULT FakeProvider::NewEntry(ULONG_PTR, ULONG, ULONG container_size, ENTRYID* container, ULONG template_size,
+HRESULT FakeProvider::NewEntry(ULONG_PTR ui, ULONG flags, ULONG container_size, ENTRYID* container, ULONG template_size,
                                ENTRYID* entry_template, ULONG* size, ENTRYID** entry) {
   *size = 0;
   *entry = nullptr;
-  if (Turn turn = Enter("NewEntry"); turn.stop) return turn.result;
+  const std::string detail = std::to_string(ui) + " " + std::to_string(flags);
+  if (Turn turn = Enter("NewEntry", detail); turn.stop) return turn.result;
   FakeEntryPtr model = Find(BytesAt(template_size, entry_template));
   FakeEntryPtr parent = Find(BytesAt(container_size, container));
   auto made = std::make_shared<FakeEntry>();
@@ -207,28 +218,15 @@ HRESULT FakeProvider::NewEntry(ULONG_PTR, ULONG, ULONG container_size, ENTRYID* 
   return S_OK;
 }
 
-HRESULT FakeProvider::Details(ULONG_PTR*, DismissModelessFunction, void*, ULONG size, ENTRYID* entry,
-                              DetailsButtonFunction, void*, WCHAR*, ULONG) {
-  if (Turn turn = Enter("Details"); turn.stop) return turn.result;
-  shown.push_back(BytesAt(size, entry));
-  return S_OK;
+HRESULT FakeProvider::Details(ULONG_PTR*, DismissModelessFunction, void*, ULONG, ENTRYID*, DetailsButtonFunction, void*,
+                              WCHAR*, ULONG flags) {
+  return Enter("Details", std::to_string(flags)).result;
 }
 
-HRESULT FakeProvider::PrepareRecips(ULONG, SPropTagArray* tags, ADRLIST* list) {
-  if (Turn turn = Enter("PrepareRecips"); turn.stop) return turn.result;
-  prepared.push_back(list->cEntries);
-  for (ULONG i = 0; tags != nullptr && i < list->cEntries; ++i) {
-    std::span<const BYTE> id = EntryIdOf(list->aEntries[i].rgPropVals, list->aEntries[i].cValues);
-    FakeEntryPtr found = Find(BytesAt(static_cast<ULONG>(id.size()), id.data()));
-    SRow row{};
-    ChainPtr<SPropValue> values;
-    if (found != nullptr) {
-      if (HRESULT hr = Project(found->props, nullptr, &row.cValues, values.Put()); Failed(hr)) return hr;
-    }
-    row.lpProps = values.Get();
-    if (HRESULT hr = MergeIntoAdrEntry(tags, row, list->aEntries[i]); Failed(hr)) return hr;
-  }
-  return S_OK;
+HRESULT FakeProvider::PrepareRecips(ULONG, SPropTagArray*, ADRLIST* list) {
+  const std::string count = std::to_string(list->cEntries);
+  if (complete) complete(list);
+  return Enter("PrepareRecips", count).result;
 }
 
 }  // namespace uab
