@@ -33,7 +33,7 @@ inline AdrListPtr MakeAdrList(const std::vector<std::vector<SPropValue>>& entrie
   AdrListPtr list(static_cast<ADRLIST*>(block));
   for (const auto& values : entries) {
     SPropValue* copy = values.empty() ? nullptr : MakeValues(values);
-    list->aEntries[list->cEntries++] = {0, std::max(1u, static_cast<ULONG>(values.size())), copy};
+    list->aEntries[list->cEntries++] = {0, std::max(ULONG{1}, static_cast<ULONG>(values.size())), copy};
   }
   return list;
 }
