@@ -1,5 +1,7 @@
 #include "session/provider_loading.h"
 
+#include <cstring>
+
 #include "frame/module.h"
 #include "session/provider_list.h"
 #include "session/staged_world.h"
