@@ -225,15 +225,41 @@ static void look_at_session(void* session, void* book) {
   SLOT(other, 3, 0);
 }
 
-int main(int argc, char** argv) {
-  if (argc != 2 || !use_fresh_hive()) return 2;
-  void* library = load(argv[1]);
-  if (library == NULL) return 2;
+static void* load_library(const char* path) {
+  void* library = load(path);
+  if (library == NULL) return NULL;
   *(void**)&open_session = symbol(library, "UABOpen");
   *(void**)&admin_profiles = symbol(library, "UABAdminProfiles");
   *(void**)&free_buffer = symbol(library, "UABFreeBuffer");
   *(void**)&free_rows = symbol(library, "UABFreeProws");
 
+  return library;
+}
+
+/* A library that is loaded again has forgotten its host value: this one reaches the service's routine. */
+static void look_at_fresh_library(const char* path) {
+  static shared_record fresh;
+  void *library = load_library(path), *admin = NULL, *services = NULL, *section = NULL;
+  uint8_t uid[16];
+  if (library == NULL) {
+    EXPECT(!"loaded again");
+    return;
+  }
+  EXPECT(admin_profiles(kKey, NULL, 0x80000000u, &admin, P(&fresh)) == OK);
+  EXPECT(SLOT(admin, 12, P(kProfile), 0x80000000u, P(&services)) == OK);
+  service_uid(services, uid);
+  EXPECT(SLOT(services, 8, P(uid), 0, 0x80000002u, 0, 0, P(&section)) == OK);
+  EXPECT(fresh.services == 1 && fresh.failures == 0 && record.services == 3);
+  SLOT(section, 3, 0);
+  SLOT(services, 3, 0);
+  SLOT(admin, 3, 0);
+  unload(library);
+}
+
+int main(int argc, char** argv) {
+  if (argc != 2 || !use_fresh_hive()) return 2;
+  void* library = load_library(argv[1]);
+  if (library == NULL) return 2;
   void *admin = NULL, *session = NULL, *book = NULL;
   EXPECT(admin_profiles(kKey, NULL, 0x80000000u, &admin, P(&record)) == OK);
   look_at_profiles(admin);
@@ -251,6 +277,7 @@ int main(int argc, char** argv) {
   EXPECT(SLOT(book, 3, 0) == 0);
 
   unload(library);
+  look_at_fresh_library(argv[1]);
   remove_hive();
   printf("%d not as expected\n", record.failures);
   return record.failures == 0 ? 0 : 1;
