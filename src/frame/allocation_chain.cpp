@@ -16,16 +16,30 @@ BlockHeader* HeadOf(void* data) noexcept {
   return block->signature == BlockHeader::kSignature && block->previous == nullptr ? block : nullptr;
 }
 
-// A block with zeroed data that knows its neighbours, though not yet they it; null when there is no memory.
+// A block that knows its neighbours, though not yet they it, with its data still to be filled; null when there is no
+// memory.
 BlockHeader* NewBlock(ULONG size, BlockHeader* previous, BlockHeader* next) noexcept {
   IMalloc* allocator = TaskAllocator();
   if (size > kMaxBlockSize || allocator == nullptr) return nullptr;
   auto* block = static_cast<BlockHeader*>(allocator->Alloc(sizeof(BlockHeader) + std::size_t{size} + 1));
   if (block == nullptr) return nullptr;
   *block = {BlockHeader::kSignature, size, previous, next};
-  std::memset(DataOf(block), 0, size);
   DataOf(block)[size] = BlockHeader::kGuard;
   return block;
+}
+
+// Links a new block behind the head; fill writes its data.
+template <typename Fill>
+inline HRESULT LinkBlock(ULONG size, void* head_data, void** buffer, Fill fill) noexcept {
+  BlockHeader* head = HeadOf(head_data);
+  if (head == nullptr) return E_INVALIDARG;
+  BlockHeader* block = NewBlock(size, head, head->next);
+  if (block == nullptr) return E_OUTOFMEMORY;
+  if (block->next != nullptr) block->next->previous = block;
+  head->next = block;
+  fill(DataOf(block));
+  *buffer = DataOf(block);
+  return S_OK;
 }
 
 }  // namespace
@@ -40,6 +54,12 @@ HRESULT AllocateLinked(std::size_t size, void* head, void** buffer) noexcept {
   return size > kMaxBlockSize ? E_OUTOFMEMORY : UABAllocateMore(static_cast<ULONG>(size), head, buffer);
 }
 
+HRESULT CopyLinked(const void* data, std::size_t size, void* head, void** buffer) noexcept {
+  *buffer = nullptr;
+  if (size > kMaxBlockSize) return E_OUTOFMEMORY;
+  return LinkBlock(static_cast<ULONG>(size), head, buffer, [&](BYTE* copy) { std::memcpy(copy, data, size); });
+}
+
 }  // namespace uab
 
 using namespace uab;
@@ -47,6 +67,7 @@ using namespace uab;
 HRESULT UAB_CALL UABAllocateBuffer(ULONG size, void** buffer) {
   if (buffer == nullptr) return E_INVALIDARG;
   BlockHeader* block = NewBlock(size, nullptr, nullptr);
+  if (block != nullptr) std::memset(DataOf(block), 0, size);
   *buffer = block != nullptr ? DataOf(block) : nullptr;
   return block != nullptr ? S_OK : E_OUTOFMEMORY;
 }
@@ -54,14 +75,7 @@ HRESULT UAB_CALL UABAllocateBuffer(ULONG size, void** buffer) {
 HRESULT UAB_CALL UABAllocateMore(ULONG size, void* head_data, void** buffer) {
   if (buffer == nullptr) return E_INVALIDARG;
   *buffer = nullptr;
-  BlockHeader* head = HeadOf(head_data);
-  if (head == nullptr) return E_INVALIDARG;
-  BlockHeader* block = NewBlock(size, head, head->next);
-  if (block == nullptr) return E_OUTOFMEMORY;
-  if (block->next != nullptr) block->next->previous = block;
-  head->next = block;
-  *buffer = DataOf(block);
-  return S_OK;
+  return LinkBlock(size, head_data, buffer, [size](BYTE* data) { std::memset(data, 0, size); });
 }
 
 HRESULT UAB_CALL UABFreeBuffer(void* buffer) {

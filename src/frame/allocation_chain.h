@@ -29,6 +29,9 @@ inline constexpr ULONG kMaxBlockSize = 0xFFFFFFFFu - sizeof(BlockHeader) - 1;
 HRESULT AllocateHead(std::size_t size, void** buffer) noexcept;
 HRESULT AllocateLinked(std::size_t size, void* head, void** buffer) noexcept;
 
+// A linked block that holds a copy of size bytes: written once, where AllocateLinked would zero it first.
+HRESULT CopyLinked(const void* data, std::size_t size, void* head, void** buffer) noexcept;
+
 // Owners of what has not been handed over yet.
 template <typename T>
 struct ChainPolicy {

@@ -1,6 +1,6 @@
 #include "props/prop_list.h"
 
-#include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "keluab/tags.h"
@@ -26,14 +26,39 @@ HRESULT MatchText(const PropRecord& record, const WCHAR* text) noexcept {
 
 }  // namespace
 
+// Four identifiers at a time: a word has a zero in the place of one that is equal, and its borrow marks the lowest such
+// place exactly.
 std::size_t PropList::IndexOf(ULONG tag) const noexcept {
-  auto found = std::find(ids_.begin(), ids_.end(), static_cast<std::uint16_t>(PropId(tag)));
-  return found == ids_.end() ? kNowhere : static_cast<std::size_t>(found - ids_.begin());
+  constexpr std::uint64_t kOnes = 0x0001000100010001u;
+  constexpr std::uint64_t kTops = 0x8000800080008000u;
+  const auto id = static_cast<std::uint16_t>(PropId(tag));
+  const std::uint64_t wanted = kOnes * id;
+  const std::size_t count = ids_.size();
+  std::size_t at = 0;
+  for (; at + 4 <= count; at += 4) {
+    std::uint64_t word;
+    std::memcpy(&word, ids_.data() + at, sizeof word);
+    word ^= wanted;
+    const std::uint64_t zeros = (word - kOnes) & ~word & kTops;
+    if (zeros != 0) return at + static_cast<std::size_t>(std::countr_zero(zeros)) / 16;
+  }
+  for (; at < count; ++at) {
+    if (ids_[at] == id) return at;
+  }
+  return kNowhere;
 }
 
 PropNode* PropList::Find(ULONG tag) const noexcept {
   std::size_t index = IndexOf(tag);
   return index == kNowhere ? nullptr : nodes_[index].get();
+}
+
+HRESULT PropList::Reserve(std::size_t count) noexcept {
+  return at_boundary([&] {
+    ids_.reserve(count);
+    nodes_.reserve(count);
+    return S_OK;
+  });
 }
 
 HRESULT PropList::Append(PropNodePtr node) noexcept {

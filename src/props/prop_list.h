@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "keluab/values.h"
+#include "platform/prefetch.h"
 #include "props/prop_record.h"
 
 namespace uab {
@@ -27,6 +28,9 @@ class PropList {
   // The same for a node that is made already; the list owns it. E_OUTOFMEMORY: the list is unchanged, the node freed.
   HRESULT Insert(PropNodePtr node) noexcept;
 
+  // Makes room for count nodes in all. E_OUTOFMEMORY: the list is unchanged.
+  HRESULT Reserve(std::size_t count) noexcept;
+
   // Appends a node without looking for one to replace; its flags stay. E_OUTOFMEMORY as in Insert.
   HRESULT Append(PropNodePtr node) noexcept;
 
@@ -45,6 +49,12 @@ class PropList {
   void SetAllDirty(bool dirty) noexcept;
 
   void Clear() noexcept;
+
+  // Tells the processor that the list will be read: soon, or right after that. The second is what the first needs.
+  void PrefetchNodes() const noexcept {
+    for (const PropNodePtr& node : nodes_) UAB_PREFETCH(node.get());
+  }
+  void PrefetchPointers() const noexcept { UAB_PREFETCH(nodes_.data()); }
 
  private:
   static constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);

@@ -193,10 +193,10 @@ HRESULT ReadPropRecord(const PropRecord& record, void* head, SPropValue& value) 
   std::size_t size = record.dataLength;
   if (size == 0) return S_OK;
   BYTE* block = nullptr;
-  HRESULT hr =
-      head != nullptr ? AllocateLinkedInto(block, size, head) : AllocateHead(size, reinterpret_cast<void**>(&block));
+  HRESULT hr = head != nullptr ? CopyLinked(record.data(), size, head, reinterpret_cast<void**>(&block))
+                               : AllocateHead(size, reinterpret_cast<void**>(&block));
   if (Failed(hr)) return hr;
-  std::memcpy(block, record.data(), size);
+  if (head == nullptr) std::memcpy(block, record.data(), size);
   switch (PropType(value.ulPropTag)) {
     case PT_STRING8:
     case PT_UNICODE:

@@ -76,12 +76,9 @@ namespace {
 
 // A linked copy of size bytes; a null source stays null and costs nothing.
 template <typename T>
-HRESULT CopyLinked(T*& copy, const T* source, std::size_t size, void* head) noexcept {
+HRESULT CopyData(T*& copy, const T* source, std::size_t size, void* head) noexcept {
   copy = nullptr;
-  if (source == nullptr) return S_OK;
-  HRESULT hr = AllocateLinkedInto(copy, size, head);
-  if (Succeeded(hr)) std::memcpy(copy, source, size);
-  return hr;
+  return source == nullptr ? S_OK : CopyLinked(source, size, head, reinterpret_cast<void**>(&copy));
 }
 
 HRESULT CopySingleValue(SPropValue& destination, const SPropValue& source, void* head) noexcept {
@@ -91,14 +88,14 @@ HRESULT CopySingleValue(SPropValue& destination, const SPropValue& source, void*
   SPropValueUnion& to = destination.Value;
   switch (PropType(source.ulPropTag)) {
     case PT_STRING8:
-      return CopyLinked(to.lpszA, from.lpszA, static_cast<std::size_t>(lstrlenA(from.lpszA)) + 1, head);
+      return CopyData(to.lpszA, from.lpszA, static_cast<std::size_t>(lstrlenA(from.lpszA)) + 1, head);
     case PT_UNICODE:
-      return CopyLinked(to.lpszW, from.lpszW, 2 * (static_cast<std::size_t>(lstrlenW(from.lpszW)) + 1), head);
+      return CopyData(to.lpszW, from.lpszW, 2 * (static_cast<std::size_t>(lstrlenW(from.lpszW)) + 1), head);
     case PT_CLSID:
-      return CopyLinked(to.lpguid, from.lpguid, sizeof(GUID), head);
+      return CopyData(to.lpguid, from.lpguid, sizeof(GUID), head);
     case PT_BINARY:
       to.bin.cb = from.bin.cb;
-      return from.bin.cb == 0 ? S_OK : CopyLinked(to.bin.lpb, from.bin.lpb, from.bin.cb, head);
+      return from.bin.cb == 0 ? S_OK : CopyData(to.bin.lpb, from.bin.lpb, from.bin.cb, head);
     default:
       to = from;
       return S_OK;

@@ -141,6 +141,11 @@ HRESULT MemTable::QueryRows(LONG count, ULONG flags, SRowSet** rows) noexcept {
   if (HRESULT hr = AllocateHead(RowSetSize(wanted), reinterpret_cast<void**>(read.Put())); Failed(hr)) return hr;
   HRESULT status = S_OK;
   for (std::size_t i = 0; i < wanted; ++i) {
+    // Tables are mostly read from the first row to the last: the next ones are on their way while this one is copied.
+    if (start + i + 4 < rows_.size()) {
+      rows_[start + i + 2].PrefetchNodes();
+      rows_[start + i + 4].PrefetchPointers();
+    }
     status = ProjectRow(rows_[start + i], columns_.Get(), read->aRow[i]);
     if (Failed(status)) return status;
     read->cRows = static_cast<ULONG>(i + 1);

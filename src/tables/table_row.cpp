@@ -35,6 +35,7 @@ HRESULT ReadColumns(const TableRow& row, const SPropTagArray& columns, SPropValu
 
 HRESULT BuildTableRow(const SRow& row, TableRow& built) noexcept {
   if (row.cValues == 0 || row.lpProps == nullptr) return E_INVALIDARG;
+  if (HRESULT hr = built.Reserve(row.cValues); Failed(hr)) return hr;
   for (ULONG i = 0; i < row.cValues; ++i) {
     PropNodePtr node;
     if (HRESULT hr = MakePropNode(row.lpProps[i], node); Failed(hr)) return hr;
