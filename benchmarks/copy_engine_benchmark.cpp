@@ -89,6 +89,7 @@ void CopyListFloor(benchmark::State& state) {
     lists.source->GetContentsTable(MAPI_UNICODE, table.Put());
     TagArray<2> columns = {2, {PR_OBJECT_TYPE, PR_ENTRYID}};
     table->SetColumns(columns.address(), 0);
+    table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr);
     for (;;) {
       RowSetPtr rows;
       table->QueryRows(1, 0, rows.Put());

@@ -148,10 +148,10 @@ void ReadAll(benchmark::State& state, bool nested) {
 }
 
 const WithFloor kFlat(
-    "expand_one_list", {1'000, 10'000, 100'000}, [](benchmark::State& state) { Expand(state, false); },
+    "expand one list, members", {1'000, 10'000, 100'000}, [](benchmark::State& state) { Expand(state, false); },
     [](benchmark::State& state) { ReadAll(state, false); });
 const WithFloor kNestedLists(
-    "expand_1000_nested_lists", {1'000, 10'000, 100'000}, [](benchmark::State& state) { Expand(state, true); },
+    "expand 1000 lists, members", {1'000, 10'000, 100'000}, [](benchmark::State& state) { Expand(state, true); },
     [](benchmark::State& state) { ReadAll(state, true); });
 
 }  // namespace
