@@ -28,13 +28,13 @@ HRESULT MatchText(const PropRecord& record, const WCHAR* text) noexcept {
 
 // Four identifiers at a time: a word has a zero in the place of one that is equal, and its borrow marks the lowest such
 // place exactly.
-std::size_t PropList::IndexOf(ULONG tag) const noexcept {
+std::size_t PropList::IndexOf(ULONG tag, std::size_t from) const noexcept {
   constexpr std::uint64_t kOnes = 0x0001000100010001u;
   constexpr std::uint64_t kTops = 0x8000800080008000u;
   const auto id = static_cast<std::uint16_t>(PropId(tag));
   const std::uint64_t wanted = kOnes * id;
   const std::size_t count = ids_.size();
-  std::size_t at = 0;
+  std::size_t at = from;
   for (; at + 4 <= count; at += 4) {
     std::uint64_t word;
     std::memcpy(&word, ids_.data() + at, sizeof word);
@@ -51,6 +51,14 @@ std::size_t PropList::IndexOf(ULONG tag) const noexcept {
 PropNode* PropList::Find(ULONG tag) const noexcept {
   std::size_t index = IndexOf(tag);
   return index == kNowhere ? nullptr : nodes_[index].get();
+}
+
+PropNode* PropList::FindNext(ULONG tag, std::size_t& cursor) const noexcept {
+  std::size_t index = IndexOf(tag, cursor);
+  if (index == kNowhere && cursor != 0) index = IndexOf(tag);
+  if (index == kNowhere) return nullptr;
+  cursor = index + 1;
+  return nodes_[index].get();
 }
 
 HRESULT PropList::Reserve(std::size_t count) noexcept {

@@ -38,6 +38,10 @@ class PropList {
   // identifiers.
   PropNode* Find(ULONG tag) const noexcept;
 
+  // The same for a list that holds no identifier twice, read in about its own order: the search starts at cursor, which
+  // begins at 0 and is left behind what was found, and goes on from the first property.
+  PropNode* FindNext(ULONG tag, std::size_t& cursor) const noexcept;
+
   // S_OK: the first property of the value's identifier has its tag and its value. MAPI_E_NOT_FOUND: it differs, or
   // there is none. MAPI_E_NO_SUPPORT: of a type that is not compared (PT_NULL, PT_CURRENCY, PT_APPTIME, PT_OBJECT,
   // PT_SYSTIME, multi-valued). Strings compare with case; a NaN equals nothing.
@@ -58,7 +62,7 @@ class PropList {
 
  private:
   static constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
-  std::size_t IndexOf(ULONG tag) const noexcept;
+  std::size_t IndexOf(ULONG tag, std::size_t from = 0) const noexcept;  // at or behind from
 
   std::vector<PropNodePtr> nodes_;
   std::vector<std::uint16_t> ids_;  // of nodes_, packed for the search

@@ -74,12 +74,13 @@ HRESULT PropObject::GetProps(const SPropTagArray* tags, ULONG flags, ULONG* coun
   ChainPtr<SPropValue> result;
   if (HRESULT hr = AllocateInto(result, sizeof(SPropValue) * std::size_t{tags->cValues}); Failed(hr)) return hr;
   HRESULT status = S_OK;
+  std::size_t cursor = 0;
   for (ULONG i = 0; i < tags->cValues; ++i) {
     SPropValue& value = result.Get()[i];
     ULONG tag = tags->aulPropTag[i];
     if (tag == PR_NULL) {
       value.ulPropTag = PR_NULL;
-    } else if (const PropNode* node = list_.Find(tag)) {
+    } else if (const PropNode* node = list_.FindNext(tag, cursor)) {
       if (HRESULT hr = ReadPropRecord(node->record, result.Get(), value); Failed(hr)) return hr;
     } else {
       value = NotFoundValue(tag);

@@ -37,6 +37,8 @@ TEST_F(PropObjectTest, GetPropsAnswersByIdentifier) {
   EXPECT_EQ(values_.Get()[0].ulPropTag, PR_DISPLAY_NAME_W);
   EXPECT_EQ(TextOf(values_.Get()[0]), UAB_TEXT("Fax"));
   EXPECT_EQ(values_.Get()[1].ulPropTag, PR_NULL);
+  EXPECT_EQ(Get(TagArray<3>{3, {PR_DEPTH, PR_DISPLAY_NAME_W, PR_DEPTH}}), S_OK) << "against the order, and again";
+  EXPECT_EQ(values_.Get()[2].Value.l, 2);
   for (bool first : {true, false}) {
     EXPECT_EQ(Get(first ? TagArray<2>{2, {kMissing, PR_DEPTH}} : TagArray<2>{2, {PR_DEPTH, kMissing}}),
               MAPI_W_ERRORS_RETURNED);
