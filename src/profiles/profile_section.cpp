@@ -8,7 +8,6 @@
 #include "props/plain_copy.h"
 #include "props/prop_values.h"
 
-
 namespace uab {
 
 ProfileSection::ProfileSection(MsgServiceAdmin& admin, const MAPIUID& uid) noexcept

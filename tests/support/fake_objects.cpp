@@ -161,7 +161,10 @@ HRESULT FakeObject::CopyEntries(ENTRYLIST* entries, ULONG_PTR, IMAPIProgress*, U
 
 HRESULT FakeObject::DeleteEntries(ENTRYLIST* entries, ULONG) {
   std::string names;
-  for (const std::string& id : Strings(*entries)) names += (names.empty() ? "" : " ") + id.substr(20);
+  for (const std::string& id : Strings(*entries)) {
+    if (!names.empty()) names += ' ';
+    names += id.substr(20);
+  }
   if (FakeProvider::Turn turn = provider_.Enter("DeleteEntries", names); turn.stop) return turn.result;
   for (const std::string& id : Strings(*entries)) {
     std::erase(entry_->members, id);
