@@ -3,7 +3,9 @@
 #include <algorithm>
 
 #include "platform/at_boundary.h"
+#include "profiles/profile_lock.h"
 #include "profiles/profile_store.h"
+#include "profiles/undo_record.h"
 #include "props/prop_record.h"
 #include "tables/registry_persistence.h"
 
@@ -15,7 +17,12 @@ HRESULT Settings::Load(const WCHAR* app_key, const WCHAR* profile_name) noexcept
     app_key_ = app_key;
     profile_name_ = profile_name;
     UniqueKey key;
-    HRESULT hr = OpenProfileKey(app_key_, profile_name, ProfileKeyMode::kCreate, key);
+    ProfileLock lock;
+    HRESULT hr = lock.AcquireToRead(app_key_);
+    if (Failed(hr)) return hr;
+    // A profile that can't be written to has settings all the same; one that is gone is made.
+    hr = OpenProfileKey(app_key_, profile_name, ProfileKeyMode::kOpen, key);
+    if (hr == E_FAIL) hr = OpenProfileKey(app_key_, profile_name, ProfileKeyMode::kCreate, key);
     if (Failed(hr)) return hr;
     return props_.WithList([&](PropList& list) {
       HRESULT loaded = LoadList(list, key.Get());
@@ -29,9 +36,15 @@ void Settings::Save() noexcept {
   (void)props_.WithList([&](PropList& list) -> HRESULT {
     auto dirty = [](const PropNodePtr& node) { return node->dirty(); };
     if (std::none_of(list.nodes().begin(), list.nodes().end(), dirty)) return S_OK;
-    UniqueKey key;
-    HRESULT hr = OpenProfileKey(app_key_, profile_name_.c_str(), ProfileKeyMode::kCreate, key);
-    return Failed(hr) ? hr : SaveList(list, key.Get());
+    ProfileLock lock;
+    if (HRESULT hr = lock.AcquireToChange(app_key_); Failed(hr)) return hr;
+    return at_boundary([&] {
+      return ChangeOrUndo(app_key_, profile_name_, Remedy::kValues, [&]() -> HRESULT {
+        UniqueKey key;
+        HRESULT hr = OpenProfileKey(app_key_, profile_name_.c_str(), ProfileKeyMode::kCreate, key);
+        return Succeeded(hr) ? SaveList(list, key.Get()) : hr;
+      });
+    });
   });
 }
 

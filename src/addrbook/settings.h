@@ -16,8 +16,8 @@ class Settings : NonCopyable {
   // registry call fails. E_INVALIDARG: no profile can have that name. E_OUTOFMEMORY.
   HRESULT Load(const WCHAR* app_key, const WCHAR* profile_name) noexcept;
 
-  // Writes what callers have changed since Load; without changes the registry is not touched. Failures are ignored:
-  // what was written before one stays. REQUIRES: loaded.
+  // Writes what callers have changed since Load; without changes the registry is not touched. Failures are ignored: all
+  // is stored then as before. REQUIRES: loaded.
   void Save() noexcept;
 
   // Stores a copy of a setting, a head block. MAPI_E_NOT_FOUND: there is none, or it has another type. E_OUTOFMEMORY.

@@ -51,4 +51,13 @@ HRESULT DeleteKeyTree(HKEY key, WCHAR* name_buffer) noexcept {
   }
 }
 
+HRESULT DeleteWholeKey(HKEY parent, const WCHAR* path) noexcept {
+  UniqueKey key;
+  if (HRESULT hr = OpenKey(parent, path, KEY_ALL_ACCESS, &key); Failed(hr)) return hr;
+  WCHAR name[kKeyNameCapacity];
+  if (HRESULT hr = DeleteKeyTree(key.Get(), name); Failed(hr)) return hr;
+  key.Reset();
+  return FromRegistry(Sys().reg_delete_key(parent, path));
+}
+
 }  // namespace uab

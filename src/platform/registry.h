@@ -37,4 +37,7 @@ HRESULT DeleteValue(HKEY key, const WCHAR* name) noexcept;                // E_F
 // that has to know whether the key is empty deletes it and looks at that.
 HRESULT DeleteKeyTree(HKEY key, WCHAR* name_buffer) noexcept;
 
+// Deletes the key at a path below parent with all below it. E_FAIL for a missing one too.
+HRESULT DeleteWholeKey(HKEY parent, const WCHAR* path) noexcept;
+
 }  // namespace uab

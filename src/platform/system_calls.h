@@ -3,6 +3,7 @@
 // tests/support/system_call_failure.cpp, one line for each.
 #pragma once
 
+#include "platform/user_mutex.h"
 #include "platform/win32.h"
 
 namespace uab {
@@ -11,6 +12,7 @@ struct SystemCalls {
   decltype(&GetModuleFileNameW) get_module_file_name = &GetModuleFileNameW;
   decltype(&LoadLibraryW) load_library = &LoadLibraryW;
   decltype(&GetProcAddress) get_proc_address = &GetProcAddress;
+  decltype(&AcquireUserMutex) acquire_user_mutex = &AcquireUserMutex;
   decltype(&CoCreateGuid) co_create_guid = &CoCreateGuid;
   decltype(&GetPrivateProfileSectionW) get_private_profile_section = &GetPrivateProfileSectionW;
   decltype(&RegCreateKeyExW) reg_create_key = &RegCreateKeyExW;

@@ -6,11 +6,11 @@
 #include "keluab/tags.h"
 #include "platform/at_boundary.h"
 #include "platform/system_calls.h"
+#include "profiles/profile_lock.h"
 #include "profiles/profile_section.h"
 #include "profiles/service_definitions.h"
 #include "profiles/service_entry.h"
 #include "profiles/stored_services.h"
-#include "tables/registry_persistence.h"
 
 namespace uab {
 namespace {
@@ -19,13 +19,6 @@ constexpr TagArray<10> kServiceColumns = {
     10,
     {PR_INSTANCE_KEY, PR_SERVICE_NAME_W, PR_PROVIDER_DISPLAY_W, PR_DISPLAY_NAME_W, PR_SERVICE_DLL_NAME_W,
      PR_SERVICE_ENTRY_NAME, PR_SERVICE_SUPPORT_FILES_W, PR_SERVICE_DELETE_FILES_W, PR_SERVICE_UID, PR_RESOURCE_FLAGS}};
-
-SPropValue UidValue(const MAPIUID& uid) noexcept {
-  SPropValue value = {};
-  value.ulPropTag = PR_SERVICE_UID;
-  value.Value.bin = {sizeof(uid), const_cast<BYTE*>(uid.ab)};
-  return value;
-}
 
 // The first row of the service name; null: there is none.
 SRow* FindService(SRowSet& rows, const WCHAR* service_name) noexcept {
@@ -46,15 +39,21 @@ HRESULT MsgServiceAdmin::Create(ULONG_PTR caller_param, HINSTANCE resources, con
     std::copy_n(profile_name, static_cast<std::size_t>(lstrlenW(profile_name)), made->profile_name_);
     {
       LockedScope scope(made->table_section_);
-      if (HRESULT hr = made->LoadServiceTable(); Failed(hr)) return hr;
+      if (HRESULT hr = made->NeedServiceTable(); Failed(hr)) return hr;
     }
     admin = std::move(made);
     return S_OK;
   });
 }
 
-HRESULT MsgServiceAdmin::LoadServiceTable() noexcept {
+HRESULT MsgServiceAdmin::NeedServiceTable() noexcept {
   if (table_) return S_OK;
+  ProfileLock lock;
+  if (HRESULT hr = lock.AcquireToRead(app_key_); Failed(hr)) return hr;
+  return LoadServiceTable();
+}
+
+HRESULT MsgServiceAdmin::LoadServiceTable() noexcept {
   ComPtr<MemTable> loaded;
   if (HRESULT hr = LoadServices(app_key_, profile_name_, loaded); Failed(hr)) return hr;
   if (HRESULT hr = loaded->SetColumns(kServiceColumns.address(), 0); Failed(hr)) return hr;
@@ -67,7 +66,7 @@ HRESULT MsgServiceAdmin::GetMsgServiceTable(ULONG flags, IMAPITable** table) noe
   *table = nullptr;
   LockedScope scope(section_);
   LockedScope table_scope(table_section_);
-  if ((flags & MAPI_UNICODE) == 0 || Failed(LoadServiceTable())) return E_FAIL;
+  if ((flags & MAPI_UNICODE) == 0 || Failed(NeedServiceTable())) return E_FAIL;
   *table = table_.Detach();  // from now on the caller's: the next one is made anew
   return S_OK;
 }
@@ -97,6 +96,8 @@ HRESULT MsgServiceAdmin::AddServiceInstance(SRow& row, ULONG_PTR ui, ULONG flags
 
 HRESULT MsgServiceAdmin::StoreNewService(SRow& row, MAPIUID& uid) noexcept {
   LockedScope scope(table_section_);
+  ProfileLock lock;
+  if (HRESULT hr = lock.AcquireToChange(app_key_); Failed(hr)) return hr;
   ComPtr<MemTable> table;
   if (HRESULT hr = LoadServices(app_key_, profile_name_, table); Failed(hr)) return hr;
   bool single_copy = (row.lpProps[kResourceFlagsValue].Value.ul & SERVICE_SINGLE_COPY) != 0;
@@ -106,7 +107,7 @@ HRESULT MsgServiceAdmin::StoreNewService(SRow& row, MAPIUID& uid) noexcept {
   static_assert(sizeof(guid) == sizeof(uid));
   std::memcpy(&uid, &guid, sizeof(uid));
   row.lpProps[kServiceUidValue] = UidValue(uid);
-  if (HRESULT hr = AddRowAndSave(app_key_, profile_name_, row, *table); Failed(hr)) return hr;
+  if (HRESULT hr = AddService(app_key_, profile_name_, uid, row, *table); Failed(hr)) return hr;
   table_ = std::move(table);
   return S_OK;
 }
@@ -124,10 +125,11 @@ HRESULT MsgServiceAdmin::SetUpService(MAPIUID& uid, ULONG_PTR ui, ULONG flags, W
 HRESULT MsgServiceAdmin::DeleteMsgService(MAPIUID* uid) noexcept {
   if (uid == nullptr) return E_INVALIDARG;
   LockedScope scope(table_section_);
+  ProfileLock lock;
+  if (HRESULT hr = lock.AcquireToChange(app_key_); Failed(hr)) return hr;
   ComPtr<MemTable> table;
   if (HRESULT hr = LoadServices(app_key_, profile_name_, table); Failed(hr)) return hr;
-  if (HRESULT hr = table->DeleteRow(UidValue(*uid)); Failed(hr)) return hr;
-  if (HRESULT hr = SaveServices(app_key_, profile_name_, *table); Failed(hr)) return hr;
+  if (HRESULT hr = DeleteService(app_key_, profile_name_, *uid, *table); Failed(hr)) return hr;
   table_ = std::move(table);
   return S_OK;
 }
@@ -152,10 +154,14 @@ HRESULT MsgServiceAdmin::ConfigureMsgService(MAPIUID* uid, ULONG_PTR ui, ULONG f
 
 HRESULT MsgServiceAdmin::SetServiceProps(const MAPIUID& uid, ULONG count, const SPropValue* values) noexcept {
   LockedScope scope(table_section_);
-  if (HRESULT hr = LoadServiceTable(); Failed(hr)) return hr;
-  UniqueKey key;
-  if (HRESULT hr = OpenProfileKey(app_key_, profile_name_, ProfileKeyMode::kCreate, key); Failed(hr)) return hr;
-  return UpdateRowAndSave(*table_, UidValue(uid), count, values, key.Get());
+  ProfileLock lock;
+  if (HRESULT hr = lock.AcquireToChange(app_key_); Failed(hr)) return hr;
+  // What somebody else has removed meanwhile does not come back.
+  if (!table_ || !HasServiceKey(app_key_, profile_name_, uid)) {
+    table_.Reset();
+    if (HRESULT hr = LoadServiceTable(); Failed(hr)) return hr;
+  }
+  return UpdateService(app_key_, profile_name_, uid, count, values, *table_);
 }
 
 HRESULT MsgServiceAdmin::OpenProfileSection(MAPIUID* uid, const IID*, ULONG, IMAPIProp** section) noexcept {
@@ -167,7 +173,7 @@ HRESULT MsgServiceAdmin::OpenProfileSection(MAPIUID* uid, const IID*, ULONG, IMA
   ComPtr<ProfileSection> made;
   if (HRESULT hr = ProfileSection::Create(*this, *uid, made); Failed(hr)) return hr;
   LockedScope scope(table_section_);
-  if (HRESULT hr = LoadServiceTable(); Failed(hr)) return hr;
+  if (HRESULT hr = NeedServiceTable(); Failed(hr)) return hr;
   const TableRow* row = table_->FirstMatch(UidValue(*uid));
   if (row == nullptr) return MAPI_E_NOT_FOUND;
   if (HRESULT hr = made->Fill(*row); Failed(hr)) return hr;

@@ -41,7 +41,8 @@ class MsgServiceAdmin final : public ComObject<MsgServiceAdmin, IMsgServiceAdmin
       : caller_param_(caller_param), resources_(resources), app_key_(app_key) {}
 
   // Sees to it that there is a table, with the ten columns of a service.
-  HRESULT LoadServiceTable() noexcept UAB_REQUIRES(table_section_);
+  HRESULT NeedServiceTable() noexcept UAB_REQUIRES(table_section_);
+  HRESULT LoadServiceTable() noexcept UAB_REQUIRES(table_section_);  // REQUIRES: the ProfileLock is held
   // Gives the row a new identifier, writes it, and lets the library of the service set itself up.
   HRESULT AddServiceInstance(SRow& row, ULONG_PTR ui, ULONG flags, WCHAR* creation_text) noexcept;
   HRESULT StoreNewService(SRow& row, MAPIUID& uid) noexcept;

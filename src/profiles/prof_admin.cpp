@@ -3,6 +3,7 @@
 #include "platform/at_boundary.h"
 #include "platform/system_calls.h"
 #include "profiles/msg_service_admin.h"
+#include "profiles/profile_lock.h"
 #include "profiles/service_definitions.h"
 #include "profiles/service_dialog.h"
 #include "profiles/stored_services.h"
@@ -34,9 +35,25 @@ HRESULT ProfAdmin::Create(const WCHAR* app_key, HINSTANCE resources, ComPtr<Prof
   });
 }
 
+// Runs a change of what is stored under the lock of all processes.
+template <typename Body>
+HRESULT ProfAdmin::Change(Body body) noexcept {
+  ProfileLock lock;
+  if (HRESULT hr = lock.AcquireToChange(app_key_); Failed(hr)) return hr;
+  return body();
+}
+
 HRESULT ProfAdmin::RebuildTable() noexcept {
   table_.Reset();
+  ProfileLock lock;
+  if (HRESULT hr = lock.AcquireToRead(app_key_); Failed(hr)) return hr;
   return BuildProfileTable(app_key_, table_);
+}
+
+HRESULT ProfAdmin::LoadStored(const WCHAR* name, ComPtr<MemTable>& services) noexcept {
+  ProfileLock lock;
+  if (HRESULT hr = lock.AcquireToRead(app_key_); Failed(hr)) return hr;
+  return LoadServices(app_key_, name, services);
 }
 
 HRESULT ProfAdmin::NeedTable() noexcept { return table_ ? S_OK : RebuildTable(); }
@@ -49,6 +66,8 @@ HRESULT ProfAdmin::CheckExists(const WCHAR* name) noexcept {
 
 HRESULT ProfAdmin::CheckFree(const WCHAR* name) noexcept {
   if (name != nullptr && Succeeded(CheckExists(name))) return E_ACCESSDENIED;
+  ProfileLock lock;
+  if (HRESULT hr = lock.AcquireToRead(app_key_); Failed(hr)) return hr;
   return CheckNewProfileName(app_key_, name);
 }
 
@@ -87,7 +106,7 @@ HRESULT ProfAdmin::StoreProfile(const WCHAR* name, ULONG flags) noexcept {
   if ((flags & MAPI_DEFAULT_SERVICES) != 0) {
     if (HRESULT hr = AddDefaultServices(*services); Failed(hr)) return hr;
   }
-  if (HRESULT hr = SaveNewProfile(app_key_, name, *services); Failed(hr)) return hr;
+  if (HRESULT hr = Change([&] { return SaveNewProfile(app_key_, name, *services); }); Failed(hr)) return hr;
   return RebuildTable();
 }
 
@@ -95,7 +114,7 @@ HRESULT ProfAdmin::DeleteProfile(WCHAR* name, ULONG flags) noexcept {
   if (!IsWide(flags)) return MAPI_E_BAD_CHARWIDTH;
   LockedScope scope(section_);
   if (Failed(CheckExists(name))) return MAPI_E_NOT_FOUND;
-  if (HRESULT hr = DeleteProfileKey(app_key_, name); Failed(hr)) return hr;
+  if (HRESULT hr = Change([&] { return uab::DeleteProfile(app_key_, name); }); Failed(hr)) return hr;
   return RebuildTable();
 }
 
@@ -104,10 +123,10 @@ HRESULT ProfAdmin::ConfigureProfile(WCHAR* name, ULONG_PTR ui, ULONG flags) noex
   ComPtr<MsgServiceAdmin> admin;
   if (HRESULT hr = OpenServices(name, admin); Failed(hr)) return hr;
   ComPtr<MemTable> backup;
-  if (HRESULT hr = LoadServices(app_key_, name, backup); Failed(hr)) return hr;
+  if (HRESULT hr = LoadStored(name, backup); Failed(hr)) return hr;
   bool confirmed = ShowDialog(*admin, ui);
   LockedScope scope(section_);
-  if (!confirmed) SaveServices(app_key_, name, *backup);
+  if (!confirmed) Change([&] { return SaveServices(app_key_, name, *backup); });
   RebuildTable();
   return confirmed ? S_OK : MAPI_E_USER_CANCEL;
 }
@@ -116,25 +135,30 @@ HRESULT ProfAdmin::CopyProfile(WCHAR* source, WCHAR* target, ULONG flags) noexce
   if (!IsWide(flags)) return MAPI_E_BAD_CHARWIDTH;
   LockedScope scope(section_);
   if (HRESULT hr = CheckFree(target); Failed(hr)) return hr;
-  ComPtr<MemTable> services;
-  if (HRESULT hr = LoadServices(app_key_, source, services); Failed(hr)) return hr;
-  if (HRESULT hr = SaveNewProfile(app_key_, target, *services); Failed(hr)) return hr;
-  return RebuildTable();
+  HRESULT changed = Change([&]() -> HRESULT {
+    ComPtr<MemTable> services;
+    if (HRESULT hr = LoadServices(app_key_, source, services); Failed(hr)) return hr;
+    return SaveNewProfile(app_key_, target, *services);
+  });
+  return Succeeded(changed) ? RebuildTable() : changed;
 }
 
 HRESULT ProfAdmin::RenameProfile(WCHAR* old_name, WCHAR* new_name, ULONG flags) noexcept {
   if (!IsWide(flags)) return MAPI_E_BAD_CHARWIDTH;
   LockedScope scope(section_);
   if (HRESULT hr = CheckFree(new_name); Failed(hr)) return hr;
-  ComPtr<MemTable> services;
-  if (HRESULT hr = LoadServices(app_key_, old_name, services); Failed(hr)) return hr;
-  // The registry has it; a name that differs in case would leave the profile, though.
-  if (Failed(CheckExists(old_name)) && (Failed(RebuildTable()) || Failed(CheckExists(old_name)))) return E_FAIL;
-  if (HRESULT hr = SaveNewProfile(app_key_, new_name, *services); Failed(hr)) return hr;
-  // All of the old profile is in the new one: what fails now leaves both.
-  if (IsDefaultProfile(*table_, old_name)) WriteDefaultProfile(app_key_, new_name);
-  DeleteProfileKey(app_key_, old_name);
-  return RebuildTable();
+  HRESULT changed = Change([&]() -> HRESULT {
+    ComPtr<MemTable> services, profiles;
+    if (HRESULT hr = LoadServices(app_key_, old_name, services); Failed(hr)) return hr;
+    // The registry has it; a name that differs in case would leave the profile, though.
+    if (Failed(BuildProfileTable(app_key_, profiles)) || !HasProfile(*profiles, old_name)) return E_FAIL;
+    if (HRESULT hr = SaveNewProfile(app_key_, new_name, *services); Failed(hr)) return hr;
+    // All of the old profile is in the new one: what fails now leaves both.
+    if (IsDefaultProfile(*profiles, old_name)) WriteDefaultProfile(app_key_, new_name);
+    uab::DeleteProfile(app_key_, old_name);
+    return S_OK;
+  });
+  return Succeeded(changed) ? RebuildTable() : changed;
 }
 
 HRESULT ProfAdmin::SetDefaultProfile(WCHAR* name, ULONG flags) noexcept {
@@ -142,7 +166,7 @@ HRESULT ProfAdmin::SetDefaultProfile(WCHAR* name, ULONG flags) noexcept {
   LockedScope scope(section_);
   if (HRESULT hr = NeedTable(); Failed(hr)) return hr;
   if (name != nullptr && !HasProfile(*table_, name)) return MAPI_E_NOT_FOUND;
-  if (HRESULT hr = WriteDefaultProfile(app_key_, name); Failed(hr)) return hr;
+  if (HRESULT hr = Change([&] { return WriteDefaultProfile(app_key_, name); }); Failed(hr)) return hr;
   return RebuildTable();
 }
 

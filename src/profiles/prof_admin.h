@@ -40,6 +40,9 @@ class ProfAdmin final : public ComObject<ProfAdmin, IProfAdmin, &IID_UABProfAdmi
   // E_ACCESSDENIED: the table or the registry has a profile of this name. E_INVALIDARG: none can have it.
   HRESULT CheckFree(const WCHAR* name) noexcept UAB_REQUIRES(section_);
   HRESULT StoreProfile(const WCHAR* name, ULONG flags) noexcept;
+  HRESULT LoadStored(const WCHAR* name, ComPtr<MemTable>& services) noexcept;
+  template <typename Body>
+  HRESULT Change(Body body) noexcept;
   HRESULT OpenServices(const WCHAR* name, ComPtr<MsgServiceAdmin>& admin) noexcept;
   // Shows the message service dialog; true: confirmed. No lock is held meanwhile.
   bool ShowDialog(MsgServiceAdmin& admin, ULONG_PTR ui) noexcept;

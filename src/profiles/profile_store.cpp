@@ -95,17 +95,6 @@ HRESULT OpenProfileKey(const WCHAR* app_key, const WCHAR* profile_name, ProfileK
                                        : CreateKey(HKEY_CURRENT_USER, path, &key, nullptr);
 }
 
-HRESULT CreateNewProfileKey(const WCHAR* app_key, const WCHAR* profile_name, UniqueKey& key) noexcept {
-  RegistryPath path;
-  if (HRESULT hr = ProfilePath(app_key, profile_name, path); Failed(hr)) return hr;
-  UniqueKey made;
-  bool existed = false;
-  if (HRESULT hr = CreateKey(HKEY_CURRENT_USER, path, &made, &existed); Failed(hr)) return hr;
-  if (existed) return E_ACCESSDENIED;
-  key = std::move(made);
-  return S_OK;
-}
-
 HRESULT CheckNewProfileName(const WCHAR* app_key, const WCHAR* profile_name) noexcept {
   RegistryPath path;
   if (HRESULT hr = ProfilePath(app_key, profile_name, path); Failed(hr)) return hr;
@@ -155,19 +144,6 @@ bool IsDefaultProfile(MemTable& table, const WCHAR* profile_name) noexcept {
     return is_default != nullptr && is_default->record.value.Value.b != 0;
   }
   return false;
-}
-
-HRESULT DeleteProfileKey(const WCHAR* app_key, const WCHAR* profile_name) noexcept {
-  RegistryPath path;
-  if (!IsProfileName(profile_name)) return E_INVALIDARG;
-  if (HRESULT hr = ProfileRootPath(app_key, path); Failed(hr)) return hr;
-  UniqueKey root, profile;
-  if (HRESULT hr = OpenKey(HKEY_CURRENT_USER, path, KEY_ALL_ACCESS, &root); Failed(hr)) return hr;
-  if (HRESULT hr = OpenKey(root.Get(), profile_name, KEY_ALL_ACCESS, &profile); Failed(hr)) return hr;
-  WCHAR name[kKeyNameCapacity];
-  if (HRESULT hr = DeleteKeyTree(profile.Get(), name); Failed(hr)) return hr;
-  profile.Reset();
-  return FromRegistry(Sys().reg_delete_key(root.Get(), profile_name));
 }
 
 }  // namespace uab

@@ -6,8 +6,9 @@
 //           <service identifier>\                               settings, below it one key for each message service
 //
 // Profile names have 1 to 64 characters and no backslash; a path has at most 128. What breaks that, or is null, is
-// E_INVALIDARG before anything is read or written. A registry call that fails is E_FAIL. No lock: callers on several
-// threads take one of their own, and other processes may change the registry between two calls.
+// E_INVALIDARG before anything is read or written. A registry call that fails is E_FAIL.
+//
+// REQUIRES, for all that reads or writes the registry: the ProfileLock is held, to read or to change.
 #pragma once
 
 #include "platform/unique_resource.h"
@@ -29,9 +30,6 @@ enum class ProfileKeyMode {
 };
 HRESULT OpenProfileKey(const WCHAR* app_key, const WCHAR* profile_name, ProfileKeyMode mode, UniqueKey& key) noexcept;
 
-// Stores the key of a new profile. E_ACCESSDENIED: a key of that name, whatever its case, was there; it is untouched.
-HRESULT CreateNewProfileKey(const WCHAR* app_key, const WCHAR* profile_name, UniqueKey& key) noexcept;
-
 // Whether a new profile's name is free. E_ACCESSDENIED: the registry, which does not tell case apart, has it already.
 HRESULT CheckNewProfileName(const WCHAR* app_key, const WCHAR* profile_name) noexcept;
 
@@ -48,8 +46,5 @@ bool HasProfile(MemTable& table, const WCHAR* profile_name) noexcept;
 
 // Whether the first profile of this name, without regard to case, is the default.
 bool IsDefaultProfile(MemTable& table, const WCHAR* profile_name) noexcept;
-
-// Deletes the profile's key with all below it. The recorded default stays.
-HRESULT DeleteProfileKey(const WCHAR* app_key, const WCHAR* profile_name) noexcept;
 
 }  // namespace uab

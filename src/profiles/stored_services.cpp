@@ -1,8 +1,42 @@
 #include "profiles/stored_services.h"
 
+#include <string>
+
+#include "keluab/tags.h"
+#include "platform/at_boundary.h"
+#include "platform/registry.h"
+#include "platform/system_calls.h"
+#include "profiles/undo_record.h"
 #include "tables/registry_persistence.h"
 
 namespace uab {
+namespace {
+
+using Text = std::basic_string<WCHAR>;
+
+// The path of a service's key below the profile root.
+Text ServicePath(const WCHAR* profile_name, const MAPIUID& uid) {
+  ServiceKeyName name;
+  FormatServiceKeyName(uid.ab, name);
+  return Text(profile_name) + UAB_TEXT("\\") + name;
+}
+
+}  // namespace
+
+SPropValue UidValue(const MAPIUID& uid) noexcept {
+  SPropValue value = {};
+  value.ulPropTag = PR_SERVICE_UID;
+  value.Value.bin = {sizeof(uid), const_cast<BYTE*>(uid.ab)};
+  return value;
+}
+
+bool HasServiceKey(const WCHAR* app_key, const WCHAR* profile_name, const MAPIUID& uid) noexcept {
+  ServiceKeyName name;
+  UniqueKey profile, service;
+  return Succeeded(OpenProfileKey(app_key, profile_name, ProfileKeyMode::kOpen, profile)) &&
+         Succeeded(FormatServiceKeyName(uid.ab, name)) &&
+         Succeeded(OpenKey(profile.Get(), name, KEY_READ, &service));
+}
 
 HRESULT LoadServices(const WCHAR* app_key, const WCHAR* profile_name, ComPtr<MemTable>& table) noexcept {
   UniqueKey key;
@@ -15,29 +49,71 @@ HRESULT LoadServices(const WCHAR* app_key, const WCHAR* profile_name, ComPtr<Mem
 }
 
 HRESULT SaveServices(const WCHAR* app_key, const WCHAR* profile_name, MemTable& table) noexcept {
-  UniqueKey key;
-  if (HRESULT hr = OpenProfileKey(app_key, profile_name, ProfileKeyMode::kCreate, key); Failed(hr)) return hr;
-  return SaveTable(table, key.Get());
+  return at_boundary([&]() -> HRESULT {
+    UniqueKey key;
+    if (HRESULT hr = OpenProfileKey(app_key, profile_name, ProfileKeyMode::kCreate, key); Failed(hr)) return hr;
+    return ChangeOrUndo(app_key, profile_name, Remedy::kTree, [&] { return SaveTable(table, key.Get()); });
+  });
 }
 
 HRESULT SaveNewProfile(const WCHAR* app_key, const WCHAR* profile_name, MemTable& table) noexcept {
-  UniqueKey key;
-  if (HRESULT hr = CreateNewProfileKey(app_key, profile_name, key); Failed(hr)) return hr;
-  HRESULT hr = SaveTable(table, key.Get());
-  if (Failed(hr)) {
-    key.Reset();
-    DeleteProfileKey(app_key, profile_name);  // as far as it can be undone
-  }
-  return hr;
+  return at_boundary([&]() -> HRESULT {
+    if (HRESULT hr = CheckNewProfileName(app_key, profile_name); Failed(hr)) return hr;
+    return ChangeOrUndo(app_key, profile_name, Remedy::kRemove, [&]() -> HRESULT {
+      UniqueKey key;
+      HRESULT hr = OpenProfileKey(app_key, profile_name, ProfileKeyMode::kCreate, key);
+      return Succeeded(hr) ? SaveTable(table, key.Get()) : hr;
+    });
+  });
 }
 
-HRESULT AddRowAndSave(const WCHAR* app_key, const WCHAR* profile_name, const SRow& row, MemTable& table) noexcept {
-  TableRow built;
-  if (HRESULT hr = BuildTableRow(row, built); Failed(hr)) return hr;
-  UniqueKey key;
-  if (HRESULT hr = OpenProfileKey(app_key, profile_name, ProfileKeyMode::kCreate, key); Failed(hr)) return hr;
-  if (HRESULT hr = SaveRow(key.Get(), built); Failed(hr)) return hr;
-  return table.InsertRow(std::move(built), 0);
+HRESULT DeleteProfile(const WCHAR* app_key, const WCHAR* profile_name) noexcept {
+  return at_boundary([&]() -> HRESULT {
+    RegistryPath path;
+    if (HRESULT hr = ProfilePath(app_key, profile_name, path); Failed(hr)) return hr;
+    UniqueKey key;
+    if (HRESULT hr = OpenProfileKey(app_key, profile_name, ProfileKeyMode::kOpen, key); Failed(hr)) return hr;
+    key.Reset();
+    if (HRESULT hr = WriteUndoRecord(app_key, profile_name, Remedy::kRemove); Failed(hr)) return hr;
+    HRESULT hr = DeleteWholeKey(HKEY_CURRENT_USER, path);
+    if (Succeeded(hr)) hr = DeleteUndoRecord(app_key);
+    return Succeeded(hr) ? hr : Undo(app_key, profile_name, Remedy::kRemove);  // begun, it is ended
+  });
+}
+
+HRESULT AddService(const WCHAR* app_key, const WCHAR* profile_name, const MAPIUID& uid, const SRow& row,
+                   MemTable& table) noexcept {
+  return at_boundary([&]() -> HRESULT {
+    TableRow built;
+    if (HRESULT hr = BuildTableRow(row, built); Failed(hr)) return hr;
+    UniqueKey key;
+    if (HRESULT hr = OpenProfileKey(app_key, profile_name, ProfileKeyMode::kCreate, key); Failed(hr)) return hr;
+    return ChangeOrUndo(app_key, ServicePath(profile_name, uid), Remedy::kRemove, [&]() -> HRESULT {
+      HRESULT hr = SaveRow(key.Get(), built);
+      return Succeeded(hr) ? table.InsertRow(std::move(built), 0) : hr;
+    });
+  });
+}
+
+HRESULT DeleteService(const WCHAR* app_key, const WCHAR* profile_name, const MAPIUID& uid, MemTable& table) noexcept {
+  return at_boundary([&]() -> HRESULT {
+    if (HRESULT hr = table.DeleteRow(UidValue(uid)); Failed(hr)) return hr;
+    UniqueKey key;
+    if (HRESULT hr = OpenProfileKey(app_key, profile_name, ProfileKeyMode::kCreate, key); Failed(hr)) return hr;
+    return ChangeOrUndo(app_key, ServicePath(profile_name, uid), Remedy::kValues,
+                        [&] { return SaveTable(table, key.Get()); });
+  });
+}
+
+HRESULT UpdateService(const WCHAR* app_key, const WCHAR* profile_name, const MAPIUID& uid, ULONG count,
+                      const SPropValue* values, MemTable& table) noexcept {
+  return at_boundary([&]() -> HRESULT {
+    UniqueKey key;
+    if (HRESULT hr = OpenProfileKey(app_key, profile_name, ProfileKeyMode::kCreate, key); Failed(hr)) return hr;
+    return ChangeOrUndo(app_key, ServicePath(profile_name, uid), Remedy::kValues, [&] {
+      return UpdateRowAndSave(table, UidValue(uid), count, values, key.Get());
+    });
+  });
 }
 
 }  // namespace uab

@@ -13,7 +13,7 @@
 namespace uab {
 namespace {
 
-using KeyName = WCHAR[kKeyNameCapacity];
+using KeyName = ServiceKeyName;
 using Name = std::basic_string<WCHAR>;
 
 constexpr LSTATUS kSuccess = static_cast<LSTATUS>(ERROR_SUCCESS);
@@ -29,22 +29,9 @@ void FormatTag(ULONG tag, KeyName& name) noexcept {
   *std::reverse_copy(digits, digits + count, name) = 0;
 }
 
-// The name of a service's subkey.
-HRESULT FormatServiceKeyName(const TableRow& row, KeyName& name) noexcept {
+HRESULT NameServiceKey(const TableRow& row, KeyName& name) noexcept {
   const PropNode* node = row.Find(PR_SERVICE_UID);
-  if (node == nullptr) return MAPI_E_MISSING_REQUIRED_COLUMN;
-  std::span<const BYTE> uid = RecordBytes(node->record);
-  // An empty name would be that of the profile's own key.
-  if (uid.empty()) return MAPI_E_MISSING_REQUIRED_COLUMN;
-  if (2 * uid.size() >= kKeyNameCapacity) return MAPI_E_STRING_TOO_LONG;
-  constexpr char kDigits[] = "0123456789abcdef";
-  WCHAR* next = name;
-  for (BYTE byte : uid) {
-    *next++ = static_cast<WCHAR>(kDigits[byte >> 4]);
-    *next++ = static_cast<WCHAR>(kDigits[byte & 15]);
-  }
-  *next = 0;
-  return S_OK;
+  return node != nullptr ? FormatServiceKeyName(RecordBytes(node->record), name) : MAPI_E_MISSING_REQUIRED_COLUMN;
 }
 
 // Reads a value into a new node; node stays empty when the value is no record.
@@ -123,20 +110,11 @@ HRESULT DeleteOtherRecords(HKEY key, const TableRow& row) {
   return S_OK;
 }
 
-HRESULT DeleteSubkey(HKEY parent, const WCHAR* name) noexcept {
-  UniqueKey key;
-  if (HRESULT hr = OpenKey(parent, name, KEY_ALL_ACCESS, &key); Failed(hr)) return hr;
-  KeyName buffer;
-  if (HRESULT hr = DeleteKeyTree(key.Get(), buffer); Failed(hr)) return hr;
-  key.Reset();
-  return FromRegistry(Sys().reg_delete_key(parent, name));
-}
-
 enum class OtherRecords { kKeep, kDelete };
 
 HRESULT SaveRowAs(HKEY profile_key, TableRow& row, OtherRecords others) {
   KeyName name;
-  if (HRESULT hr = FormatServiceKeyName(row, name); Failed(hr)) return hr;
+  if (HRESULT hr = NameServiceKey(row, name); Failed(hr)) return hr;
   UniqueKey key;
   bool existed = false;
   if (HRESULT hr = CreateKey(profile_key, name, &key, &existed); Failed(hr)) return hr;
@@ -158,6 +136,20 @@ HRESULT SaveRowAs(HKEY profile_key, TableRow& row, OtherRecords others) {
 }
 
 }  // namespace
+
+HRESULT FormatServiceKeyName(std::span<const BYTE> uid, ServiceKeyName& name) noexcept {
+  // An empty name would be that of the profile's own key.
+  if (uid.empty()) return MAPI_E_MISSING_REQUIRED_COLUMN;
+  if (2 * uid.size() >= kKeyNameCapacity) return MAPI_E_STRING_TOO_LONG;
+  constexpr char kDigits[] = "0123456789abcdef";
+  WCHAR* next = name;
+  for (BYTE byte : uid) {
+    *next++ = static_cast<WCHAR>(kDigits[byte >> 4]);
+    *next++ = static_cast<WCHAR>(kDigits[byte & 15]);
+  }
+  *next = 0;
+  return S_OK;
+}
 
 HRESULT SaveList(const PropList& list, HKEY key) noexcept {
   for (const PropNodePtr& node : list.nodes()) {
@@ -199,7 +191,7 @@ HRESULT SaveTable(MemTable& table, HKEY profile_key) noexcept {
     for (std::size_t i = 0; i < table.row_count(); ++i) {
       if (HRESULT hr = SaveRowAs(profile_key, table.row(i), OtherRecords::kDelete); Failed(hr)) return hr;
       KeyName name;
-      if (HRESULT hr = FormatServiceKeyName(table.row(i), name); Failed(hr)) return hr;
+      if (HRESULT hr = NameServiceKey(table.row(i), name); Failed(hr)) return hr;
       own.emplace_back(name);
     }
     std::sort(own.begin(), own.end());
@@ -207,7 +199,7 @@ HRESULT SaveTable(MemTable& table, HKEY profile_key) noexcept {
     if (HRESULT hr = ListNames(profile_key, &EnumSubkey, found); Failed(hr)) return hr;
     for (const Name& name : found) {
       if (Contains(own, name)) continue;
-      if (HRESULT hr = DeleteSubkey(profile_key, name.c_str()); Failed(hr)) return hr;
+      if (HRESULT hr = DeleteWholeKey(profile_key, name.c_str()); Failed(hr)) return hr;
     }
     return S_OK;
   });

@@ -10,10 +10,17 @@
 // E_FAIL.
 #pragma once
 
-#include "platform/unique_resource.h"
+#include <span>
+
+#include "platform/registry.h"
 #include "tables/mem_table.h"
 
 namespace uab {
+
+// The name of a service's subkey. MAPI_E_MISSING_REQUIRED_COLUMN: an empty identifier. MAPI_E_STRING_TOO_LONG: one of
+// more than 32 bytes.
+using ServiceKeyName = WCHAR[kKeyNameCapacity];
+HRESULT FormatServiceKeyName(std::span<const BYTE> uid, ServiceKeyName& name) noexcept;
 
 // Writes each dirty property of the list as a value of the key, and stops at the first failure. Properties stay dirty.
 HRESULT SaveList(const PropList& list, HKEY key) noexcept;

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "platform/registry.h"
+#include "profiles/profile_lock.h"
 #include "session/staged_world.h"
 #include "support/failure_sweep.h"
 #include "support/unwatched_system_calls.h"
@@ -24,7 +25,12 @@ std::string TextOfKey(HKEY parent, const WCHAR* name) {
   for (DWORD i = 0; EnumSubkey(key.Get(), i, part, 300) == 0; ++i) text += TextOfKey(key.Get(), part);
   return text;
 }
-std::string Stored() { return TextOfKey(HKEY_CURRENT_USER, UAB_TEXT("Software\\Ostrel")); }
+// What stands there for the next process.
+std::string Stored() {
+  ProfileLock lock;
+  EXPECT_EQ(lock.AcquireToRead(UAB_TEXT("Staged")), S_OK);
+  return TextOfKey(HKEY_CURRENT_USER, UAB_TEXT("Software\\Ostrel"));
+}
 
 struct WholeSession : LogonTest {
   void SetUp() override {

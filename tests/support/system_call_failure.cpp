@@ -40,6 +40,7 @@ struct CallList {
 };
 
 using EveryCall = CallList<                                             //
+    Call<&SystemCalls::acquire_user_mutex, 0>,                          //
     Call<&SystemCalls::co_create_guid, E_FAIL>,                         //
     Call<&SystemCalls::dialog_box_param, -1>,                           //
     Call<&SystemCalls::get_module_file_name, 0, ERROR_INVALID_HANDLE>,  //

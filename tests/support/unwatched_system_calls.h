@@ -22,6 +22,7 @@ class UnwatchedSystemCalls : NonCopyable {
     Replace<&SystemCalls::reg_delete_value>(Sys().reg_delete_value);
     Replace<&SystemCalls::load_library>(Sys().load_library);
     Replace<&SystemCalls::get_proc_address>(Sys().get_proc_address);
+    Replace<&SystemCalls::acquire_user_mutex>(Sys().acquire_user_mutex);
     Replace<&SystemCalls::co_create_guid>(Sys().co_create_guid);
     Replace<&SystemCalls::get_private_profile_section>(Sys().get_private_profile_section);
   }
