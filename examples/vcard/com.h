@@ -1,12 +1,11 @@
-// What every object of the provider has in common: counting references, answering QueryInterface, and keeping C++
-// exceptions inside. Any thread.
+// What every object of the provider has in common: holding references, and keeping C++ exceptions inside. Any thread.
 #pragma once
 
-#include <atomic>
 #include <new>
 #include <utility>
 
 #include "keluab/keluab.h"
+#include "keluab/objects.h"
 
 namespace uab::vcard {
 
@@ -53,60 +52,8 @@ class Ref {
   T* object_ = nullptr;
 };
 
-// Slots 1 to 3. Ids are the interfaces besides IUnknown. The virtual destructor comes behind the interface's slots.
+// Slots 1 to 14 with the answers of an object that has no properties to change.
 template <typename Interface, const IID&... Ids>
-class Object : public Interface {
- public:
-  HRESULT UAB_CALL QueryInterface(const IID& iid, void** object) noexcept final {
-    if (object == nullptr) return E_INVALIDARG;
-    *object = nullptr;
-    if (!Answers(iid)) return E_NOINTERFACE;
-    AddRef();
-    *object = static_cast<Interface*>(this);
-    return S_OK;
-  }
-  ULONG UAB_CALL AddRef() noexcept final { return ++references_; }
-  ULONG UAB_CALL Release() noexcept final {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
-  }
-
-  static bool Answers(const IID& iid) noexcept { return iid == IID_IUnknown || ((iid == Ids) || ...); }
-
- protected:
-  Object() noexcept = default;
-  virtual ~Object() = default;
-
- private:
-  std::atomic<ULONG> references_{1};
-};
-
-// Slots 4 to 14 with the answers of an object that has no properties to change.
-template <typename Interface, const IID&... Ids>
-class PropObject : public Object<Interface, Ids...> {
- public:
-  HRESULT UAB_CALL GetLastError(HRESULT, ULONG, MAPIERROR**) noexcept override { return S_OK; }
-  HRESULT UAB_CALL SaveChanges(ULONG) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL OpenProperty(ULONG, const IID*, ULONG, ULONG, IUnknown**) noexcept override {
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT UAB_CALL SetProps(ULONG, SPropValue*, SPropProblemArray**) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL DeleteProps(SPropTagArray*, SPropProblemArray**) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL CopyTo(ULONG, const IID*, SPropTagArray*, ULONG_PTR, IMAPIProgress*, const IID*, void*, ULONG,
-                          SPropProblemArray**) noexcept override {
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT UAB_CALL CopyProps(SPropTagArray*, ULONG_PTR, IMAPIProgress*, const IID*, void*, ULONG,
-                             SPropProblemArray**) noexcept override {
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT UAB_CALL GetNamesFromIDs(SPropTagArray**, GUID*, ULONG, ULONG*, MAPINAMEID***) noexcept override {
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT UAB_CALL GetIDsFromNames(ULONG, MAPINAMEID**, ULONG, SPropTagArray**) noexcept override {
-    return MAPI_E_NO_SUPPORT;
-  }
-};
+using PropObject = RefusingProp<Counted<Interface, Ids...>>;
 
 }  // namespace uab::vcard

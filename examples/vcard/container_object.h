@@ -60,7 +60,7 @@ inline std::vector<ULONG> ContainerObjects() {
 
 // Slots 8 and 15 to 23 of a container; what it holds and how that changes is the class's own affair.
 template <typename Interface, const IID&... Ids>
-class ContainerObject : public FolderObject<Interface, Ids...> {
+class ContainerObject : public RefusingABContainer<FolderObject<Interface, Ids...>> {
  public:
   HRESULT UAB_CALL OpenProperty(ULONG tag, const IID* iid, ULONG, ULONG flags, IUnknown** object) noexcept override {
     if (iid == nullptr || object == nullptr) return E_INVALIDARG;
@@ -84,10 +84,6 @@ class ContainerObject : public FolderObject<Interface, Ids...> {
                              IUnknown** object) noexcept override {
     return OpenEntryObject(this->folder_, size, entry, iid, flags, type, object);
   }
-  HRESULT UAB_CALL SetSearchCriteria(SRestriction*, ENTRYLIST*, ULONG) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL GetSearchCriteria(ULONG, SRestriction**, ENTRYLIST**, ULONG*) noexcept override {
-    return MAPI_E_NO_SUPPORT;
-  }
   HRESULT UAB_CALL CreateEntry(ULONG size, ENTRYID* entry, ULONG, IMAPIProp** object) noexcept override {
     if (object == nullptr) return E_INVALIDARG;
     *object = nullptr;
@@ -100,12 +96,9 @@ class ContainerObject : public FolderObject<Interface, Ids...> {
   HRESULT UAB_CALL DeleteEntries(ENTRYLIST* entries, ULONG) noexcept override {
     return WithEntries(entries, [&] { return Remove(*entries); });
   }
-  HRESULT UAB_CALL ResolveNames(SPropTagArray*, ULONG, ADRLIST*, FLAGLIST*) noexcept override {
-    return MAPI_E_NO_SUPPORT;
-  }
 
  protected:
-  using FolderObject<Interface, Ids...>::FolderObject;
+  using RefusingABContainer<FolderObject<Interface, Ids...>>::RefusingABContainer;
 
   // All inside Folder::Run.
   virtual std::unique_ptr<RowSource> Contents() { return FixedRows({}); }

@@ -8,9 +8,9 @@
 namespace uab::vcard {
 namespace {
 
-class Provider final : public FolderObject<IAddrBook, IID_IMAPIProp, IID_IAddrBook> {
+class Provider final : public RefusingAddrBook<FolderObject<IAddrBook, IID_IMAPIProp, IID_IAddrBook>> {
  public:
-  explicit Provider(std::shared_ptr<Folder> folder) : FolderObject(std::move(folder), IID_IMAPIProp, {}) {}
+  explicit Provider(std::shared_ptr<Folder> folder) : RefusingAddrBook(std::move(folder), IID_IMAPIProp, {}) {}
   ~Provider() override {
     folder_->Run([&] { return folder_->SaveAll(); });
   }
@@ -72,29 +72,6 @@ class Provider final : public FolderObject<IAddrBook, IID_IMAPIProp, IID_IAddrBo
     if (tags == nullptr || tags->cValues == 0 || list->cEntries == 0) return S_OK;
     return folder_->Run([&] { return PrepareRecipients(*folder_, *tags, *list); });
   }
-
-  // There is no window to show.
-  HRESULT UAB_CALL Details(ULONG_PTR*, DismissModelessFunction, void*, ULONG, ENTRYID*, DetailsButtonFunction, void*,
-                           WCHAR*, ULONG) noexcept override {
-    return MAPI_E_NO_SUPPORT;
-  }
-
-  // The address book's own affairs: it never asks a provider for them.
-  HRESULT UAB_CALL CreateOneOff(WCHAR*, WCHAR*, WCHAR*, ULONG, ULONG*, ENTRYID**) noexcept override {
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT UAB_CALL ResolveName(ULONG_PTR, ULONG, WCHAR*, ADRLIST*) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL Address(ULONG_PTR*, ADRPARM*, ADRLIST**) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL RecipOptions(ULONG_PTR, ULONG, ADRENTRY*) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL QueryDefaultRecipOpt(WCHAR*, ULONG, ULONG*, SPropValue**) noexcept override {
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT UAB_CALL GetPAB(ULONG*, ENTRYID**) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL SetPAB(ULONG, ENTRYID*) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL GetDefaultDir(ULONG*, ENTRYID**) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL SetDefaultDir(ULONG, ENTRYID*) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL GetSearchPath(ULONG, SRowSet**) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL SetSearchPath(ULONG, SRowSet*) noexcept override { return MAPI_E_NO_SUPPORT; }
 
  protected:
   HRESULT Collect(const SPropTagArray*, Properties& properties) override {

@@ -47,14 +47,11 @@ class CardSource final : public RowSource {
   std::vector<Store> stores_;
 };
 
-class Table final : public Object<IMAPITable, IID_IMAPITable> {
+class Table final : public RefusingTable<Counted<IMAPITable, IID_IMAPITable>> {
  public:
   Table(std::shared_ptr<Folder> folder, std::unique_ptr<RowSource> rows)
       : folder_(std::move(folder)), rows_(std::move(rows)) {}
 
-  HRESULT UAB_CALL GetLastError(HRESULT, ULONG, MAPIERROR**) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL Advise(ULONG, IMAPIAdviseSink*, ULONG*) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL Unadvise(ULONG) noexcept override { return MAPI_E_NO_SUPPORT; }
   HRESULT UAB_CALL GetStatus(ULONG* status, ULONG* type) noexcept override {
     if (status == nullptr || type == nullptr) return E_INVALIDARG;
     *status = TBLSTAT_COMPLETE;
@@ -121,13 +118,6 @@ class Table final : public Object<IMAPITable, IID_IMAPITable> {
     });
   }
 
-  HRESULT UAB_CALL FindRow(SRestriction*, BOOKMARK, ULONG) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL Restrict(SRestriction*, ULONG) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL CreateBookmark(BOOKMARK*) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL FreeBookmark(BOOKMARK) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL SortTable(SSortOrderSet*, ULONG) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL QuerySortOrder(SSortOrderSet**) noexcept override { return MAPI_E_NO_SUPPORT; }
-
   HRESULT UAB_CALL QueryRows(LONG count, ULONG flags, SRowSet** rows) noexcept override {
     if (count == 0 || rows == nullptr) return E_INVALIDARG;
     return folder_->Run([&]() -> HRESULT {
@@ -150,13 +140,6 @@ class Table final : public Object<IMAPITable, IID_IMAPITable> {
   }
 
   HRESULT UAB_CALL Abort() noexcept override { return S_OK; }
-  HRESULT UAB_CALL ExpandRow(ULONG, BYTE*, ULONG, ULONG, SRowSet**, ULONG*) noexcept override {
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT UAB_CALL CollapseRow(ULONG, BYTE*, ULONG, ULONG*) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL WaitForCompletion(ULONG, ULONG, ULONG*) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL GetCollapseState(ULONG, ULONG, BYTE*, ULONG*, BYTE**) noexcept override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL SetCollapseState(ULONG, ULONG, BYTE*, BOOKMARK*) noexcept override { return MAPI_E_NO_SUPPORT; }
 
  private:
   LONGLONG Position() const noexcept { return static_cast<LONGLONG>(position_); }

@@ -41,7 +41,7 @@ std::string Utf8(const SPropValue& value) {
   return PropType(value.ulPropTag) == PT_UNICODE ? ToUtf8(value.Value.lpszW) : "<no text>";
 }
 
-struct FakeSection : RefusingProp<IProfSect> {
+struct FakeSection : RefusingProp<Refusing<IProfSect>> {
   std::map<ULONG, Text> texts;
   std::map<ULONG, std::string> bytes;
   int saved = 0;

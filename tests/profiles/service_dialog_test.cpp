@@ -27,7 +27,7 @@ namespace {
 using String = std::basic_string<WCHAR>;
 
 // A service, which is its own profile section: only what the dialog asks of it.
-struct Service : RefusingProp<IMAPIProp> {
+struct Service : RefusingProp<Refusing<IMAPIProp>> {
   Service(String name_, BYTE uid_, ULONG flags_ = 0, String file_name_ = {}, bool fails_ = false)
       : name(std::move(name_)), uid(uid_), flags(flags_), file_name(std::move(file_name_)), fails(fails_) {}
 

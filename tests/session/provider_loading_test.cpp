@@ -53,7 +53,7 @@ struct FakeAdmin : Refusing<IMsgServiceAdmin> {
   ComPtr<MemTable> services;
   HRESULT table_answer = S_OK;
   BYTE refused_section = 0;  // the service with this number
-  RefusingProp<IMAPIProp> section;
+  RefusingProp<Refusing<IMAPIProp>> section;
 };
 
 struct ProviderLoading : testing::Test {

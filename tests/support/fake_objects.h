@@ -7,7 +7,7 @@ namespace uab {
 
 // A user, list or container, by the entry's type: its QueryInterface accepts what the type has. One class, so that a
 // wrong cast is found by the test and not by the stack.
-class FakeObject final : public RefusingProp<IABContainer> {
+class FakeObject final : public RefusingProp<Refusing<IABContainer>> {
  public:
   FakeObject(FakeProvider& provider, FakeEntryPtr entry, FakeEntryPtr parent = nullptr);
   ~FakeObject();
@@ -38,7 +38,7 @@ class FakeObject final : public RefusingProp<IABContainer> {
 
 // The entries of some identifiers, as they stand when the table is made. A row of an unknown one is a PR_ENTRYID alone.
 // A new table stands at its end, where an earlier reader may have left it.
-class FakeTable final : public RefusingTable {
+class FakeTable final : public RefusingTable<Refusing<IMAPITable>> {
  public:
   FakeTable(FakeProvider& provider, const std::vector<std::string>& ids);
   ~FakeTable();

@@ -84,7 +84,7 @@ using FakeEntryPtr = std::shared_ptr<FakeEntry>;
 // Four flag bytes, the MAPIUID that is this letter all over, then the name.
 std::string FakeId(char letter, std::string_view name = "");
 
-class FakeProvider : public RefusingAddrBook {
+class FakeProvider : public RefusingAddrBook<RefusingProp<Refusing<IAddrBook>>> {
  public:
   // Providers that share calls are counted and made to misbehave together.
   explicit FakeProvider(char letter, std::string_view root_name = "root",
@@ -110,8 +110,8 @@ class FakeProvider : public RefusingAddrBook {
   FakeEntry& At(std::string_view name) { return *store_.at(Id(name)); }
   FakeEntryPtr Find(const std::string& id) const;
   std::size_t size() const { return store_.size(); }
-  void DropNewEntries();  // those that CreateEntry and NewEntry made
-  FakeEntry& root() { return *root_; }  // the top-level container; what GetProps tells of
+  void DropNewEntries();                                     // those that CreateEntry and NewEntry made
+  FakeEntry& root() { return *root_; }                       // the top-level container; what GetProps tells of
   FakeEntryPtr Save(FakeEntry* parent, FakeEntryPtr entry);  // gives a new entry its identifier and its place
 
   // Opens an entry as the library would, without counting a call.

@@ -1,0 +1,88 @@
+#include "keluab/value_arrays.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "support/adr_list.h"
+#include "support/failure_sweep.h"
+#include "support/values.h"
+
+namespace uab {
+namespace {
+
+constexpr MemoryRoutines kMemory = {&UABAllocateBuffer, &UABAllocateMore, &UABFreeBuffer};
+constexpr TagArray<3> kTags = {3, {PR_COMMENT_W, PR_DISPLAY_NAME_W, PR_ADDRTYPE_W}};
+constexpr BYTE kId[] = {1, 2, 3};
+
+struct Directory : ADRENTRY {
+  Directory() : ADRENTRY{0, 2, values} {}
+  SPropValue values[2] = {TextValue(PR_DISPLAY_NAME_W, UAB_TEXT("name")), BinaryValue(PR_SEARCH_KEY, kId, 3)};
+  const ADRENTRY* operator()(const SBinary& id) const { return id.cb == sizeof kId ? this : nullptr; }
+};
+
+// One that is known, with a name of its own and a tag asked for under another type; one that is gone; one without
+// values.
+AdrListPtr Recipients() {
+  const SPropValue known[] = {LongValue(PR_RECIPIENT_TYPE, MAPI_CC), TextValue(PR_DISPLAY_NAME_W, UAB_TEXT("old")),
+                              LongValue(WithPropType(PR_ADDRTYPE_W, PT_LONG), 7), BinaryValue(PR_ENTRYID, kId, 3)};
+  return MakeAdrList({{std::begin(known), std::end(known)},
+                      {BinaryValue(PR_ENTRYID, kId, 2), TextValue(PR_COMMENT_W, UAB_TEXT("mine"))},
+                      {}});
+}
+
+std::vector<ULONG> TagsOf(const ADRENTRY& entry) {
+  std::vector<ULONG> tags;
+  for (ULONG i = 0; i < entry.cValues; ++i) tags.push_back(entry.rgPropVals[i].ulPropTag);
+  return tags;
+}
+
+constexpr ULONG kNoComment = WithPropType(PR_COMMENT_W, PT_ERROR), kNoAddress = WithPropType(PR_ADDRTYPE_W, PT_ERROR);
+
+TEST(ValueArraysTest, CompletesRecipientsAndKeepsWhatTheyHave) {
+  AdrListPtr list = Recipients();
+  ASSERT_EQ(CompleteRecipients(kMemory, kTags.address(), list.Get(), Directory()), S_OK);
+  const ADRENTRY* entries = list->aEntries;
+  EXPECT_EQ(TagsOf(entries[0]),
+            (std::vector<ULONG>{kNoComment, PR_DISPLAY_NAME_W, kNoAddress, PR_RECIPIENT_TYPE, PR_ENTRYID}));
+  EXPECT_EQ(TextOf(entries[0].rgPropVals[1]), UAB_TEXT("name"));
+  EXPECT_EQ(std::memcmp(entries[0].rgPropVals[4].Value.bin.lpb, kId, 3), 0);
+  EXPECT_EQ(TextOf(entries[1].rgPropVals[0]), UAB_TEXT("mine"));
+  EXPECT_EQ(entries[2].cValues, 3u);
+  EXPECT_EQ(entries[2].rgPropVals[0].Value.err, MAPI_E_NOT_FOUND);
+}
+
+TEST(ValueArraysTest, RefusesWhatItCantAnswerWhole) {
+  const TagArray<1> none = {0, {}};
+  const WCHAR* names[] = {UAB_TEXT("a")};
+  SPropValue multiple{WithPropType(PR_COMMENT_W, PT_MV_UNICODE), 0, {}};
+  multiple.Value.MVszW = {1, const_cast<WCHAR**>(names)};
+  const ADRENTRY unknown_type = {0, 1, &multiple};
+  ULONG count = 9;
+  ChainPtr<SPropValue> values;
+  EXPECT_EQ(MakeValues(kMemory, none.address(), Directory(), {}, &count, values.Put()), E_INVALIDARG);
+  EXPECT_EQ(MakeValues(kMemory, kTags.address(), Directory(), {}, nullptr, values.Put()), E_INVALIDARG);
+  EXPECT_EQ(MakeValues(kMemory, kTags.address(), Directory(), unknown_type, &count, values.Put()),
+            MAPI_W_ERRORS_RETURNED);
+  EXPECT_EQ(MakeValues(kMemory, nullptr, Directory(), unknown_type, &count, values.Put()), MAPI_E_NO_SUPPORT);
+  EXPECT_EQ(CompleteRecipients(kMemory, nullptr, nullptr, Directory()), E_INVALIDARG);
+}
+
+TEST(ValueArraysTest, IsWholeAfterEveryFailure) {
+  ForEachAllocationFailure(
+      &Recipients,
+      [](AdrListPtr& list) { return CompleteRecipients(kMemory, kTags.address(), list.Get(), Directory()); },
+      [](AdrListPtr& list, HRESULT hr) {
+        const ULONG counts[] = {list->aEntries[0].cValues, list->aEntries[1].cValues};
+        EXPECT_TRUE(counts[0] == 5 || (Failed(hr) && counts[0] == 4));
+        EXPECT_TRUE(counts[1] == 4 || (Failed(hr) && counts[1] == 2));
+      });
+  const Directory directory;
+  auto item = [&](ULONG) -> const ADRENTRY& { return directory; };
+  ForEachAllocationFailure([] { return RowSetPtr(); },
+                           [&](RowSetPtr& rows) { return MakeRows(kMemory, *kTags.address(), 3, item, rows.Put()); },
+                           [](RowSetPtr& rows, HRESULT hr) { EXPECT_EQ(Failed(hr), !rows); });
+}
+
+}  // namespace
+}  // namespace uab
