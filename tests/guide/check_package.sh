@@ -28,6 +28,11 @@ mv KELUAB-*/ moved
 for file in $files; do
   [ -s "moved/$file" ] || { echo "missing: $file"; exit 1; }
 done
+if [ -e "$build/bin/KELUAB$suffix.debug" ]; then
+  [ ! -e "moved/$library.debug" ] || { echo "the symbols are in the archive of the library"; exit 1; }
+  "$cmake" -E tar xf packed/*-symbols.*
+  cmp KELUAB-*/"$library.debug" "$build/bin/KELUAB$suffix.debug"
+fi
 if grep -rIl "$build" moved; then
   echo "these name the build's folder"
   exit 1
