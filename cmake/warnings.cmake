@@ -18,7 +18,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   endif()
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-  target_compile_options(keluab_options INTERFACE -Wthread-safety)
+  target_compile_options(keluab_options INTERFACE -Wthread-safety
+    $<$<COMPILE_LANGUAGE:CXX>:-Wno-delete-non-abstract-non-virtual-dtor>)  # the same
 endif()
 if(WIN32)
   target_compile_definitions(keluab_options INTERFACE UNICODE _UNICODE)

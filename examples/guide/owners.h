@@ -79,7 +79,9 @@ inline std::basic_string<uab::WCHAR> Wide(const std::string& text) {
   for (std::size_t i = 0; i < text.size();) {
     unsigned char lead = static_cast<unsigned char>(text[i++]);
     unsigned long point = lead < 0x80 ? lead : lead < 0xE0 ? lead & 0x1Fu : lead < 0xF0 ? lead & 0x0Fu : lead & 0x07u;
-    for (; i < text.size() && (text[i] & 0xC0) == 0x80; ++i) point = point << 6 | (text[i] & 0x3Fu);
+    for (; i < text.size() && (text[i] & 0xC0) == 0x80; ++i) {
+      point = point << 6 | (static_cast<unsigned char>(text[i]) & 0x3Fu);
+    }
     if (point >= 0x10000) wide += static_cast<uab::WCHAR>(0xD7C0 + (point >> 10));
     wide += static_cast<uab::WCHAR>(point >= 0x10000 ? 0xDC00 + (point & 0x3FF) : point);
   }

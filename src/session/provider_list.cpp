@@ -27,15 +27,13 @@ HRESULT ProviderList::PushFront(ComPtr<ProviderEntry> entry) noexcept {
 
 // All of the identifiers, or none.
 HRESULT ProviderList::IndexUids(const UidSet& uids, ULONG number) noexcept {
-  auto next = uids.begin();
-  HRESULT hr = at_boundary([&]() -> HRESULT {
-    for (; next != uids.end(); ++next) index_.Add(*next, number);
-    return S_OK;
-  });
-  if (Failed(hr)) {
-    for (auto added = uids.begin(); added != next; ++added) index_.Remove(*added, number);
+  for (auto next = uids.begin(); next != uids.end(); ++next) {
+    if (HRESULT hr = index_.Add(*next, number); Failed(hr)) {
+      for (auto added = uids.begin(); added != next; ++added) index_.Remove(*added, number);
+      return hr;
+    }
   }
-  return hr;
+  return S_OK;
 }
 
 void ProviderList::FreeEntries() noexcept {
@@ -106,10 +104,7 @@ HRESULT ProviderList::RegisterUid(ProviderUids& uids, const MAPIUID& uid) noexce
     auto [place, added] = uids.registered.insert(uid);
     if (!added) return MAPI_E_COLLISION;
     if (uids.entry == ProviderUids::kNotPushed) return S_OK;
-    HRESULT hr = at_boundary([&]() -> HRESULT {
-      index_.Add(uid, uids.entry);
-      return S_OK;
-    });
+    HRESULT hr = index_.Add(uid, uids.entry);
     if (Failed(hr)) uids.registered.erase(place);  // registered is what can be found
     return hr;
   });

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "platform/at_boundary.h"
+
 namespace uab {
 
 std::size_t UidHash::operator()(const MAPIUID& uid) const noexcept {
@@ -18,14 +20,17 @@ bool UidEqual::operator()(const MAPIUID& a, const MAPIUID& b) const noexcept {
   return std::memcmp(a.ab, b.ab, sizeof(a.ab)) == 0;
 }
 
-void UidIndex::Add(const MAPIUID& uid, ULONG entry) {
-  auto found = entries_.find(uid);
-  if (found == entries_.end()) {
-    entries_.emplace(uid, std::vector<ULONG>(1, entry));
-    return;
-  }
-  std::vector<ULONG>& numbers = found->second;
-  numbers.insert(std::lower_bound(numbers.begin(), numbers.end(), entry), entry);
+HRESULT UidIndex::Add(const MAPIUID& uid, ULONG entry) noexcept {
+  return at_boundary([&]() -> HRESULT {
+    auto found = entries_.find(uid);
+    if (found == entries_.end()) {
+      entries_.emplace(uid, std::vector<ULONG>(1, entry));
+      return S_OK;
+    }
+    std::vector<ULONG>& numbers = found->second;
+    numbers.insert(std::lower_bound(numbers.begin(), numbers.end(), entry), entry);
+    return S_OK;
+  });
 }
 
 void UidIndex::Remove(const MAPIUID& uid, ULONG entry) noexcept {

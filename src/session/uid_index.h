@@ -21,9 +21,8 @@ using UidSet = std::unordered_set<MAPIUID, UidHash, UidEqual>;
 
 class UidIndex {
  public:
-  // The entry with this number registered the identifier. Throws std::bad_alloc and is then unchanged.
-  // REQUIRES: not added before.
-  void Add(const MAPIUID& uid, ULONG entry);
+  // The entry with this number registered the identifier. E_OUTOFMEMORY: unchanged. REQUIRES: not added before.
+  HRESULT Add(const MAPIUID& uid, ULONG entry) noexcept;
   void Remove(const MAPIUID& uid, ULONG entry) noexcept;
 
   // The numbers of the entries that registered the identifier, ascending. Until the next change.

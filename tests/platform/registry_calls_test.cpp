@@ -67,7 +67,7 @@ TEST_F(RegistryCalls, AnyNameRoundTrips) {
                  UAB_TEXT("*?:\"<>|"),  UAB_TEXT("\U0001F4E0"), Text(1, WCHAR(0xD83D)),  Text(1, WCHAR(0xDCE0)),
                  Text(254, WCHAR('y')), Text(255, WCHAR('x')),  Text(255, WCHAR(0x4E2D))};
   Names long_names = names;  // of values
-  for (WCHAR unit : {'v', 'w'}) long_names.push_back(Text(16383, unit));
+  for (WCHAR unit : {u'v', u'w'}) long_names.push_back(Text(16383, unit));
   UniqueKey root = Make(UAB_TEXT("Names"));
   for (const Text& name : names) {
     ASSERT_EQ(Set(Make(name.c_str(), root.Get()).Get(), nullptr, std::to_string(name.size())), 0);

@@ -40,7 +40,7 @@ TEST(FailureSweep, RefusesEveryFormOfRequestAloneAndForGood) {
     std::unique_ptr<int> number(new (std::nothrow) int(1));
     std::unique_ptr<Wide> wide(new (std::nothrow) Wide);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(wide.get()) % 64, 0u);
-    bool all = note(head.Get()) & note(number.get()) & note(wide.get());
+    const bool all = note(head.Get()) + note(number.get()) + note(wide.get()) == 3;
     try {
       std::vector<int> items(100);
       note(items.data());
