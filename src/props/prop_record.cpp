@@ -180,7 +180,7 @@ bool CheckRecord(PropRecord& record, std::size_t size) noexcept {
   }
   if (record.dataLength != 0) return CheckData(record);
   if (type == PT_BINARY || IsMultiValued(type)) {
-    record.value.Value.bin = SBinary{};
+    record.value.Value.bin.cb = 0;  // alone: assigning the structure would copy its padding from the stack
   } else if (type != PT_CLSID) {
     record.dataLength = type == PT_STRING8 ? 1 : 2;  // an empty string: its terminator
     std::memset(record.data(), 0, record.dataLength);
