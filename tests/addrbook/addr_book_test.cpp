@@ -1,7 +1,5 @@
 #include "addrbook/addr_book.h"
 
-#include <cstring>
-
 #include "addrbook/address_book_fixture.h"
 
 namespace uab {
@@ -52,24 +50,6 @@ TEST_F(AddrBookTest, RoutesByTheUidInTheIdentifier) {
   }
 }
 
-TEST_F(AddrBookTest, IdentifiersRegisteredLateAreFoundAndTheFirstOwnerWins) {
-  FakeProvider late('L', "x", state_.calls);
-  ComPtr<ProviderSupport> support;
-  ASSERT_EQ(state_.Push(late, &support), S_OK);
-  EXPECT_EQ(Open(FakeId('C', "x")), MAPI_E_NOT_FOUND);
-  for (char letter : {'C', 'A'}) {
-    MAPIUID uid;
-    std::memset(&uid, letter, sizeof(uid));
-    ASSERT_EQ(support->SetProviderUID(&uid, 0), S_OK);
-    TakeLog();
-    Open(FakeId(letter, "x"));
-    EXPECT_EQ(TakeLog(), Log{"L.OpenEntry x"});
-  }
-  support.Reset();
-  state_.LogOff();
-  EXPECT_EQ(late.held(), 0u);
-}
-
 TEST_F(AddrBookTest, NewEntryIsRoutedByTheContainerElseByTheTemplate) {
   const std::string a = FakeId('A'), b = FakeId('B'), brief = "brief";
   const struct {
@@ -100,23 +80,6 @@ TEST_F(AddrBookTest, NewEntryIsRoutedByTheContainerElseByTheTemplate) {
     EXPECT_EQ(size, c.hr == S_OK ? 25u : 0u);
     EXPECT_EQ(TakeLog(), c.asked);
   }
-}
-
-// Slot by slot, as a host built with another compiler sees it.
-TEST_F(AddrBookTest, SlotsStandInTheirOrder) {
-  using Slot = HRESULT(UAB_CALL*)(void*, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR,
-                                  ULONG_PTR, ULONG_PTR);
-  void* self = static_cast<IAddrBook*>(state_.book.Get());
-  Slot* slots = *static_cast<Slot**>(self);
-  auto call = [&](int slot, ULONG_PTR first = 0) { return slots[slot - 1](self, first, 0, 0, 0, 0, 0, 0, 0, 0); };
-  for (int slot : {5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 19, 20, 21, 22, 24, 25}) {
-    EXPECT_EQ(call(slot), MAPI_E_NO_SUPPORT) << slot;
-  }
-  EXPECT_EQ(call(4), S_OK);
-  EXPECT_EQ(call(16), MAPI_E_UNKNOWN_ENTRYID);
-  EXPECT_EQ(call(18, 77), MAPI_E_NOT_FOUND);
-  for (int slot : {15, 17, 23, 26, 28, 30, 31, 32}) EXPECT_EQ(call(slot), E_INVALIDARG) << slot;
-  for (int slot : {27, 29}) EXPECT_EQ(call(slot), E_FAIL) << slot;
 }
 
 TEST_F(AddrBookTest, WhatIsStillHeldAnswersThatTheSessionHasEnded) {

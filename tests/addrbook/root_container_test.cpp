@@ -125,42 +125,5 @@ TEST_F(RootContainerTest, DeletesThroughTheOwnersTopLevel) {
   EXPECT_EQ(Delete({FakeId('A', "x")}), S_OK);
 }
 
-TEST_F(RootContainerTest, OpensWhatTheAddressBookOpens) {
-  const std::string id = FakeId('B', "b1");
-  ULONG type = 0;
-  ComPtr<IUnknown> object;
-  EXPECT_EQ(root_->OpenEntry(SizeOf(id), EntryIn(id), nullptr, 0, &type, object.Put()), S_OK);
-  EXPECT_EQ(TakeLog(), Log{"B.OpenEntry b1"});
-  EXPECT_EQ(root_->OpenEntry(0, nullptr, nullptr, 0, &type, object.Put()), S_OK);
-  EXPECT_EQ(type, MAPI_ABCONT);
-  EXPECT_NE(object.Get(), root_.Get());
-}
-
-// Slot by slot, as a host built with another compiler sees it.
-TEST_F(RootContainerTest, SlotsStandInTheirOrder) {
-  using Slot = HRESULT(UAB_CALL*)(void*, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR,
-                                  ULONG_PTR, ULONG_PTR);
-  void* self = root_.Get();
-  Slot* slots = *static_cast<Slot**>(self);
-  ULONG_PTR none[4] = {};
-  auto call = [&](int slot, ULONG_PTR first, ULONG_PTR second, ULONG_PTR third) {
-    return slots[slot - 1](self, first, second, third, 0, 0, 0, 0, 0, 0);
-  };
-  const auto some = reinterpret_cast<ULONG_PTR>(&none[0]);
-  for (int slot : {4, 5, 6, 7, 9, 10, 11, 12, 13, 14, 18, 19})
-    EXPECT_EQ(call(slot, 0, 0, 0), MAPI_E_NO_SUPPORT) << slot;
-  for (int slot : {8, 15, 16, 17, 20, 21, 22, 23}) EXPECT_EQ(call(slot, 0, 0, 0), E_INVALIDARG) << slot;
-  EXPECT_EQ(call(15, 0, some, 0), MAPI_E_NO_SUPPORT);
-  EXPECT_EQ(call(20, 1, some, 0), MAPI_E_NO_SUPPORT);
-  EXPECT_EQ(call(21, some, 0, 0), S_OK);
-  EXPECT_EQ(call(22, some, 0, 0), S_OK);
-  EXPECT_EQ(call(23, 0, 0, some), MAPI_E_NO_SUPPORT);
-  for (const IID* iid : {&IID_IUnknown, &IID_IMAPIProp, &IID_IMAPIContainer, &IID_IABContainer}) {
-    ComPtr<IUnknown> same;
-    EXPECT_EQ(call(1, reinterpret_cast<ULONG_PTR>(iid), reinterpret_cast<ULONG_PTR>(same.PutVoid()), 0), S_OK);
-    EXPECT_EQ(same.Get(), root_.Get());
-  }
-}
-
 }  // namespace
 }  // namespace uab

@@ -127,9 +127,11 @@ static void look_at_support(void* support, shared_record* record, int bound) {
   CHECK(record, SLOT(support, 1, P(&kSupport), P(&object)) == OK && object == support);
   CHECK(record, SLOT(support, 3, 0) > 0);
   CHECK(record, SLOT(support, 4, 0) == OK);
-  CHECK(record, SLOT(support, 5, P(&allocate), 0, P(&release_buffer)) == INVALIDARG && allocate == NULL);
+  CHECK(record, SLOT(support, 5, 0, P(&more), P(&release_buffer)) == INVALIDARG);
+  CHECK(record, SLOT(support, 5, P(&allocate), 0, P(&release_buffer)) == INVALIDARG);
+  CHECK(record, SLOT(support, 5, P(&allocate), P(&more), 0) == INVALIDARG && !allocate && !more && !release_buffer);
   CHECK(record, SLOT(support, 5, P(&allocate), P(&more), P(&release_buffer)) == OK && allocate && more && release_buffer);
-  CHECK(record, SLOT(support, 6, P(kUid), 0) == (bound ? OK : NO_SUPPORT));
+  CHECK(record, SLOT(support, 6, P(kUid), 0xFFFFFFFFu) == (bound ? OK : NO_SUPPORT));
   CHECK(record, SLOT(support, 6, P(kUid), 0) == (bound ? COLLISION : NO_SUPPORT));
   CHECK(record, SLOT(support, 6, 0, 0) == (bound ? INVALIDARG : NO_SUPPORT));
   CHECK(record, SLOT(support, 7, 0) == NO_SUPPORT && SLOT(support, 10, 0) == NO_SUPPORT);

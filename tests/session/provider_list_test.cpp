@@ -106,44 +106,6 @@ TEST_F(ProviderListTest, FreesInListOrderWhateverAProviderDoes) {
   EXPECT_EQ(list->PositionOfUid(Uid(1)), ProviderList::kNowhere);
 }
 
-TEST_F(ProviderListTest, LastReleaseFreesAndACallUnderWayKeepsItsProvider) {
-  FakeProvider provider('A');
-  ComPtr<ProviderEntry> entry = Entry(&provider);
-  EXPECT_EQ(Register(*Support(*entry), 1), S_OK);
-  EXPECT_EQ(list->PushFront(std::move(entry)), S_OK);
-  ComPtr<ProviderEntry> called;
-  EXPECT_EQ(list->FindByUid(Uid(1), called), S_OK);
-  list.Reset();
-  EXPECT_EQ(provider.held(), 1u);
-  called.Reset();
-  EXPECT_EQ(provider.held(), 0u);
-}
-
-TEST_F(ProviderListTest, SupportThatIsKeptOutlivesEverything) {
-  FakeProvider provider('A');
-  ComPtr<ProviderEntry> failed = Entry(&provider), freed = Entry(&provider);
-  ComPtr<ProviderSupport> of_failed = Support(*failed), of_freed = Support(*freed);
-  EXPECT_EQ(Register(*of_failed, 1), S_OK);
-  failed.Reset();  // a logon that failed: never pushed
-  EXPECT_EQ(Register(*of_failed, 2), E_INVALIDARG);
-  EXPECT_EQ(list->PushFront(std::move(freed)), S_OK);
-  EXPECT_EQ(Register(*of_freed, 1), S_OK);
-  list->FreeEntries();
-  EXPECT_EQ(provider.held(), 0u);
-  EXPECT_EQ(Register(*of_freed, 2), E_INVALIDARG);
-  list.Reset();  // the support objects hold the last references
-  EXPECT_EQ(Register(*of_failed, 3), E_INVALIDARG);
-}
-
-TEST_F(ProviderListTest, QueriesForItsOneInterface) {
-  void* object = this;
-  EXPECT_EQ(list->QueryInterface(IID_IUABSupport, &object), E_NOINTERFACE);
-  EXPECT_EQ(object, nullptr);
-  EXPECT_EQ(list->QueryInterface(IID_IUnknown, nullptr), E_INVALIDARG);
-  EXPECT_EQ(list->AddRef(), 2u);
-  EXPECT_EQ(list->Release(), 1u);
-}
-
 TEST_F(ProviderListTest, WithoutMemoryNothingIsHalfRegistered) {
   struct State {
     ComPtr<ProviderList> list;

@@ -5,7 +5,6 @@
 #include "frame/module.h"
 #include "session/provider_list.h"
 #include "session/staged_world.h"
-#include "support/failure_sweep.h"
 #include "tables/mem_table.h"
 
 namespace uab {
@@ -14,7 +13,7 @@ namespace {
 constexpr HRESULT kAdminFailure = static_cast<HRESULT>(0x80040F0Du);
 
 // The services of a profile, without a profile.
-struct FakeAdmin : Refusing<IMsgServiceAdmin> {
+struct FakeAdmin : RefusingServiceAdmin {
   FakeAdmin() { EXPECT_EQ(MemTable::Create(services), S_OK); }
 
   void Add(const char* library, const char* entry = "ServiceEntry", ULONG uid_size = 16) {
@@ -30,17 +29,11 @@ struct FakeAdmin : Refusing<IMsgServiceAdmin> {
     EXPECT_EQ(services->AddRow({0, count, values}, services->row_count()), S_OK);
   }
 
-  HRESULT UAB_CALL GetLastError(HRESULT, ULONG, MAPIERROR**) override { return S_OK; }
   HRESULT UAB_CALL GetMsgServiceTable(ULONG flags, IMAPITable** table) override {
     EXPECT_EQ(flags, MAPI_UNICODE);
     services->SeekRow(BOOKMARK_BEGINNING, 0, nullptr);
     *table = services.Copy();
     return table_answer;
-  }
-  HRESULT UAB_CALL CreateMsgService(WCHAR*, WCHAR*, WCHAR*, ULONG, ULONG_PTR, ULONG) override { return E_FAIL; }
-  HRESULT UAB_CALL DeleteMsgService(MAPIUID*) override { return E_FAIL; }
-  HRESULT UAB_CALL ConfigureMsgService(MAPIUID*, ULONG_PTR, ULONG, ULONG, SPropValue*, IMAPIProp**) override {
-    return E_FAIL;
   }
   HRESULT UAB_CALL OpenProfileSection(MAPIUID* uid, const IID* iid, ULONG flags, IMAPIProp** opened) override {
     EXPECT_TRUE(iid == nullptr && flags == MAPI_MODIFY);
@@ -199,40 +192,6 @@ TEST_F(ProviderLoading, ASupportObjectThatWasKeptRegistersLateAndOutlivesTheSess
   world.roles[0].answer = kFakeFailure;  // the same behind a logon that failed
   EXPECT_EQ(Load(), kFakeFailure);
   EXPECT_EQ(support->SetProviderUID(&uid, 0), E_INVALIDARG);
-}
-
-// With services and list of its own, so that a sweep sees all that is left.
-struct Loaded {
-  std::unique_ptr<FakeAdmin> admin = std::make_unique<FakeAdmin>();
-  ComPtr<ProviderList> list;
-};
-
-TEST_F(ProviderLoading, AnyFailingRequestUnloadsAll) {
-  world.roles[0].keeps_section = true;
-  auto prepare = [] {
-    Loaded loaded;
-    loaded.admin->Add(kLibrary0);
-    loaded.admin->Add(kLibrary1);
-    return loaded;
-  };
-  auto load = [&](Loaded& loaded) {
-    if (HRESULT hr = ProviderList::Create(loaded.list); Failed(hr)) return hr;
-    return LoadProviders(loaded.admin.get(), loaded.list.Get(), arguments);
-  };
-  auto check = [&](Loaded& loaded, HRESULT hr) {
-    world.events.clear();
-    EXPECT_EQ(world.NothingLoaded(), Failed(hr));
-    EXPECT_TRUE(!loaded.list || loaded.list->count() == (Failed(hr) ? 0u : 2u));
-    loaded.list.Reset();
-    EXPECT_TRUE(world.NothingLoaded());
-    EXPECT_EQ(loaded.admin->section.references, 0u);
-  };
-  ForEachAllocationFailure(prepare, load, [&](Loaded& loaded, HRESULT hr) {
-    // The loader does not say why a library can't be loaded.
-    EXPECT_TRUE(hr == S_OK || hr == E_OUTOFMEMORY || hr == MAPI_E_NOT_FOUND) << std::hex << hr;
-    check(loaded, hr);
-  });
-  ForEachSystemCallFailure(prepare, load, check);
 }
 
 }  // namespace

@@ -20,38 +20,6 @@ struct SessionTest : LogonTest {
   ComPtr<IUABSession> session;
 };
 
-TEST_F(SessionTest, SlotsStandInTheirOrder) {
-  using Slot = HRESULT(UAB_CALL*)(void*, ULONG_PTR, ULONG_PTR, ULONG_PTR);
-  void* self = session.Get();
-  Slot* slots = *static_cast<Slot**>(self);
-  void* object = nullptr;
-  auto out = reinterpret_cast<ULONG_PTR>(&object);
-  EXPECT_EQ(slots[4 - 1](self, 0, 0, 0), S_OK);
-  ASSERT_EQ(slots[5 - 1](self, RowSetSize(0), out, 0), S_OK);  // a list of no rows
-  void* head = object;
-  EXPECT_EQ(slots[6 - 1](self, 10, reinterpret_cast<ULONG_PTR>(head), out), S_OK);
-  EXPECT_EQ(slots[7 - 1](self, reinterpret_cast<ULONG_PTR>(object), 0, 0), E_INVALIDARG) << "no head";
-  EXPECT_EQ(slots[7 - 1](self, reinterpret_cast<ULONG_PTR>(head), 0, 0), S_OK);
-  for (int slot : {8, 9}) {  // freed, or the build with sanitizers complains
-    ASSERT_EQ(slots[5 - 1](self, RowSetSize(0), out, 0), S_OK);
-    slots[slot - 1](self, reinterpret_cast<ULONG_PTR>(object), 0, 0);
-  }
-  ASSERT_EQ(slots[10 - 1](self, 0, out, 0), S_OK);
-  auto address_book = ComPtr<IAddrBook>::Attach(static_cast<IAddrBook*>(object));
-  EXPECT_EQ(address_book->CompareEntryIDs(0, nullptr, 0, nullptr, 0, nullptr), MAPI_E_UNKNOWN_ENTRYID);
-  EXPECT_EQ(slots[11 - 1](self, 0, 0, 0), E_INVALIDARG);
-  ULONG size = 0;
-  ASSERT_EQ(slots[12 - 1](self, reinterpret_cast<ULONG_PTR>(&size), out, 0), S_OK);
-  ChainPtr<BYTE> identity(static_cast<BYTE*>(object));
-  ASSERT_EQ(size, 20u);
-  EXPECT_EQ(std::string(4, '\0') + std::string(reinterpret_cast<const char*>(&IdentityUID), 16),
-            std::string(reinterpret_cast<char*>(identity.Get()), 20));
-  ASSERT_EQ(slots[13 - 1](self, 0, out, 0), S_OK);
-  auto admin = ComPtr<IMsgServiceAdmin>::Attach(static_cast<IMsgServiceAdmin*>(object));
-  ComPtr<IMAPITable> services;
-  EXPECT_EQ(admin->GetMsgServiceTable(MAPI_UNICODE, services.Put()), S_OK);
-}
-
 TEST_F(SessionTest, ChecksArgumentsInTheirOrder) {
   IAddrBook* address_book = nullptr;
   IMsgServiceAdmin* admin = nullptr;
@@ -71,17 +39,9 @@ TEST_F(SessionTest, ChecksArgumentsInTheirOrder) {
   none.cEntries = 1;
   EXPECT_EQ(session->ExpandDistLists(1, &list), MAPI_E_UNKNOWN_FLAGS);
   EXPECT_TRUE(size == 0 && address_book == nullptr && admin == nullptr);
-}
-
-TEST_F(SessionTest, AnswersForItsInterfaces) {
-  ComPtr<IUnknown> object;
-  for (const IID* iid : {&IID_IUnknown, &IID_IUABSession}) {
-    EXPECT_EQ(session->QueryInterface(*iid, object.PutVoid()), S_OK);
-    EXPECT_EQ(static_cast<void*>(object.Get()), session.Get());
-  }
-  EXPECT_EQ(session->QueryInterface(IID_IUABSupport, object.PutVoid()), E_NOINTERFACE);
-  EXPECT_FALSE(object);
-  EXPECT_EQ(session->QueryInterface(IID_IUnknown, nullptr), E_INVALIDARG);
+  ChainPtr<ENTRYID> identity;
+  EXPECT_EQ(session->QueryIdentity(&size, identity.Put()), S_OK);
+  EXPECT_EQ(Bytes(identity.Get(), size), std::string(4, '\0') + Bytes(&IdentityUID, 16));
 }
 
 TEST_F(SessionTest, ExpandsAcrossProviders) {

@@ -146,33 +146,5 @@ TEST_F(MemTableTest, DeletingRemovesTheFirstMatch) {
   EXPECT_EQ(table_->DeleteRow(LongValue(PR_DEPTH, 5)), MAPI_E_NOT_FOUND);
 }
 
-// Slot by slot, through the table of operations as a host built with another compiler sees it.
-TEST_F(MemTableTest, SlotsStandInTheirOrder) {
-  Fill(2);
-  using Slot = HRESULT(UAB_CALL*)(void*, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR, ULONG_PTR);
-  void* self = static_cast<IMAPITable*>(table_.Get());
-  Slot* slots = *static_cast<Slot**>(self);
-  for (int slot : {4, 5, 6, 14, 15, 16, 17, 18, 19, 22, 23, 24, 25, 26}) {
-    EXPECT_EQ(slots[slot - 1](self, 0, 0, 0, 0, 0, 0), MAPI_E_NO_SUPPORT) << slot;
-  }
-  EXPECT_EQ(slots[21 - 1](self, 0, 0, 0, 0, 0, 0), S_OK);
-  EXPECT_EQ(slots[8 - 1](self, 0, 0, 0, 0, 0, 0), E_INVALIDARG);
-  ULONG out[3] = {9, 9, 9};
-  ChainPtr<SPropTagArray> tags;
-  auto at = [](auto* pointer) { return reinterpret_cast<ULONG_PTR>(pointer); };
-  EXPECT_EQ(slots[10 - 1](self, 0, at(&out[0]), 0, 0, 0, 0), S_OK);
-  EXPECT_EQ(out[0], 2u);
-  EXPECT_EQ(slots[7 - 1](self, at(&out[0]), at(&out[1]), 0, 0, 0, 0), S_OK);
-  EXPECT_EQ(out[0] + out[1], 0u);
-  EXPECT_EQ(slots[11 - 1](self, BOOKMARK_END, 0, 0, 0, 0, 0), S_OK);
-  EXPECT_EQ(slots[13 - 1](self, at(&out[0]), at(&out[1]), at(&out[2]), 0, 0, 0), S_OK);
-  EXPECT_EQ(out[0], 2u);
-  EXPECT_EQ(slots[12 - 1](self, 1, 2, 0, 0, 0, 0), S_OK);
-  EXPECT_EQ(slots[20 - 1](self, 1, 0, at(rows_.Put()), 0, 0, 0), S_OK);
-  EXPECT_EQ(Depths(), std::vector<LONG>{1});
-  EXPECT_EQ(slots[9 - 1](self, 0, at(tags.Put()), 0, 0, 0, 0), S_OK);
-  EXPECT_TRUE(tags);
-}
-
 }  // namespace
 }  // namespace uab
