@@ -8,19 +8,27 @@
 
 static const wchar_t kHive[] = L"Software\\KELUAB other compiler test";
 
-static int use_fresh_hive(void) {
+static inline int use_fresh_hive(void) {
   HKEY key;
   RegDeleteTreeW(HKEY_CURRENT_USER, kHive);
   if (RegCreateKeyExW(HKEY_CURRENT_USER, kHive, 0, NULL, 0, KEY_ALL_ACCESS, NULL, &key, NULL) != 0) return 0;
   return RegOverridePredefKey(HKEY_CURRENT_USER, key) == 0 && RegCloseKey(key) == 0;
 }
-static void remove_hive(void) {
+/* One for several processes. */
+static inline int use_shared_hive(int fresh) {
+  static const wchar_t name[] = L"Software\\KELUAB workers test";
+  HKEY key;
+  if (fresh) RegDeleteTreeW(HKEY_CURRENT_USER, name);
+  if (RegCreateKeyExW(HKEY_CURRENT_USER, name, 0, NULL, 0, KEY_ALL_ACCESS, NULL, &key, NULL) != 0) return 0;
+  return RegOverridePredefKey(HKEY_CURRENT_USER, key) == 0 && RegCloseKey(key) == 0;
+}
+static inline void remove_hive(void) {
   RegOverridePredefKey(HKEY_CURRENT_USER, NULL);
   RegDeleteTreeW(HKEY_CURRENT_USER, kHive);
 }
-static void* load(const char* path) { return LoadLibraryA(path); }
-static void* symbol(void* library, const char* name) { return (void*)GetProcAddress(library, name); }
-static void unload(void* library) { FreeLibrary(library); }
+static inline void* load(const char* path) { return LoadLibraryA(path); }
+static inline void* symbol(void* library, const char* name) { return (void*)GetProcAddress(library, name); }
+static inline void unload(void* library) { FreeLibrary(library); }
 
 #else
 
@@ -29,20 +37,25 @@ static void unload(void* library) { FreeLibrary(library); }
 
 static char hive_folder[] = "keluab-other-compiler-XXXXXX"; /* in the working folder */
 
-static int use_fresh_hive(void) {
+static inline int use_fresh_hive(void) {
   char* path = mkdtemp(hive_folder) != NULL ? realpath(hive_folder, NULL) : NULL; /* a relative one would be passed over */
   int used = path != NULL && setenv("XDG_CONFIG_HOME", path, 1) == 0;
   free(path);
   return used;
 }
-static void remove_hive(void) {
+/* One for several processes: whoever starts them names it in the environment. */
+static inline int use_shared_hive(int fresh) {
+  (void)fresh;
+  return getenv("XDG_CONFIG_HOME") != NULL;
+}
+static inline void remove_hive(void) {
   char command[sizeof hive_folder + 16];
   snprintf(command, sizeof command, "rm -r %s", hive_folder);
   if (system(command) != 0) fprintf(stderr, "%s is left\n", hive_folder);
 }
-static void* load(const char* path) { return dlopen(path, RTLD_NOW | RTLD_LOCAL); }
-static void* symbol(void* library, const char* name) { return dlsym(library, name); }
-static void unload(void* library) { dlclose(library); }
+static inline void* load(const char* path) { return dlopen(path, RTLD_NOW | RTLD_LOCAL); }
+static inline void* symbol(void* library, const char* name) { return dlsym(library, name); }
+static inline void unload(void* library) { dlclose(library); }
 
 #endif
 

@@ -1,5 +1,6 @@
 #include "support/failure_sweep.h"
 
+#include "support/fault_count.h"
 #include "support/system_call_failure.h"
 
 namespace uab {
@@ -60,6 +61,7 @@ void FailureSweep::Refuse() {
 }
 
 void FailureSweep::RefuseNoMore() {
+  if (refused()) CountFault(source_ == Source::kAllocations ? Fault::kAllocation : Fault::kSystemCall);
   run_->heap.reset();
   run_->calls.reset();
 }
