@@ -1,36 +1,12 @@
 // A whole session with one request failing: of memory, of the system, of a provider.
 #include <algorithm>
 
-#include "platform/registry.h"
-#include "profiles/profile_lock.h"
 #include "session/staged_world.h"
 #include "support/failure_sweep.h"
 #include "support/unwatched_system_calls.h"
 
 namespace uab {
 namespace {
-
-// All values of a key and of what is below it.
-std::string TextOfKey(HKEY parent, const WCHAR* name) {
-  UniqueKey key;
-  EXPECT_EQ(OpenKey(parent, name, KEY_READ, &key), S_OK);
-  std::string text;
-  WCHAR part[300];
-  for (DWORD i = 0; EnumValueName(key.Get(), i, part, 300) == 0; ++i) {
-    BYTE data[1000];
-    DWORD size = sizeof(data), type = 0;
-    EXPECT_EQ(RegQueryValueExW(key.Get(), part, nullptr, &type, data, &size), 0);
-    text += Bytes(part, Text(part).size() * sizeof(WCHAR)) + std::to_string(type) + Bytes(data, size);
-  }
-  for (DWORD i = 0; EnumSubkey(key.Get(), i, part, 300) == 0; ++i) text += TextOfKey(key.Get(), part);
-  return text;
-}
-// What stands there for the next process.
-std::string Stored() {
-  ProfileLock lock;
-  EXPECT_EQ(lock.AcquireToRead(UAB_TEXT("Staged")), S_OK);
-  return TextOfKey(HKEY_CURRENT_USER, UAB_TEXT("Software\\Ostrel"));
-}
 
 struct WholeSession : LogonTest {
   void SetUp() override {

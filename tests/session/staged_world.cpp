@@ -1,8 +1,29 @@
 #include "session/staged_world.h"
 
 #include "keluab/keluab.h"
+#include "platform/registry.h"
+#include "profiles/profile_lock.h"
 
 namespace uab {
+namespace {
+
+// All values of a key and of what is below it.
+std::string TextOfKey(HKEY parent, const WCHAR* name) {
+  UniqueKey key;
+  EXPECT_EQ(OpenKey(parent, name, KEY_READ, &key), S_OK);
+  std::string text;
+  WCHAR part[300];
+  for (DWORD i = 0; EnumValueName(key.Get(), i, part, 300) == 0; ++i) {
+    BYTE data[1000];
+    DWORD size = sizeof(data), type = 0;
+    EXPECT_EQ(RegQueryValueExW(key.Get(), part, nullptr, &type, data, &size), 0);
+    text += Bytes(part, Text(part).size() * sizeof(WCHAR)) + std::to_string(type) + Bytes(data, size);
+  }
+  for (DWORD i = 0; EnumSubkey(key.Get(), i, part, 300) == 0; ++i) text += TextOfKey(key.Get(), part);
+  return text;
+}
+
+}  // namespace
 
 StagedWorld::StagedWorld() {
   events.reserve(1000);  // so that no event needs memory
@@ -77,6 +98,12 @@ AdrListPtr LogonTest::ListOf(int number) {
 
 HRESULT LogonTest::Expand(IUABSession& session, AdrListPtr& list) {
   return ReplaceIn(list, [&](ADRLIST*& raw) { return session.ExpandDistLists(0, &raw); });
+}
+
+std::string Stored() {
+  ProfileLock lock;
+  EXPECT_EQ(lock.AcquireToRead(UAB_TEXT("Staged")), S_OK);
+  return TextOfKey(HKEY_CURRENT_USER, UAB_TEXT("Software\\Ostrel"));
 }
 
 }  // namespace uab

@@ -68,6 +68,9 @@ class LogonTest : public testing::Test {
   ComPtr<IProfAdmin> profiles;
 };
 
+// All that profiles have stored, as the next process finds it.
+std::string Stored();
+
 // Lets the list be replaced by a function of a raw pointer.
 template <typename Function>
 HRESULT ReplaceIn(AdrListPtr& list, Function&& replace) {
