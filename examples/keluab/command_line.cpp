@@ -99,7 +99,7 @@ void AddBookCommands(CLI::App& app, Arguments& a) {
       AddProfiled(&app, a, "find", "find entries by a part of their name", [&a] { FindEntries(a.context, a.find); });
   command->add_option("text", a.find.text, "a part of the name; letter case (A to Z) does not matter")->required();
   command->add_option("--in", a.find.container, "only in this container");
-  command->add_option("--most", a.find.most, "stop after this many");
+  command->add_option("--most", a.find.most, "stop after this many; 0: all")->capture_default_str();
   command = AddProfiled(&app, a, "copy", "copy entries, and lists with all their members, to a container",
                         [&a] { CopyEntries(a.context, a.copy); });
   command->add_option("entries", a.copy.entries, "CONTAINER/NAME or identifiers")->required();
@@ -118,7 +118,9 @@ void AddRecipientCommands(CLI::App& app, Arguments& a) {
   for (CLI::App* command : {expand, prepare}) {
     command->add_option("entries", a.recipients.entries, "CONTAINER/NAME or identifiers, of lists and of users")
         ->required();
-    command->add_option("--as", a.recipients.type, "recipient type")->check(CLI::IsMember({"to", "cc", "bcc"}));
+    command->add_option("--as", a.recipients.type, "recipient type")
+        ->check(CLI::IsMember({"to", "cc", "bcc"}))
+        ->capture_default_str();
   }
   prepare->add_option("--property", a.recipients.properties, "properties to complete; the usual ones if none is given");
 }
@@ -143,6 +145,7 @@ int RunCommandLine(std::vector<std::string> arguments) {
   app.footer(kFooter);
   app.set_version_flag("--version", "keluab " KELUAB_VERSION);
   app.require_subcommand(1);
+  app.fallthrough();  // options of the program also after the command
   app.add_option("--app-key", a.context.app_key, "the application whose profiles are used")->capture_default_str();
   app.add_flag("--json", a.context.output.json, "print JSON");
   app.add_option("--color", a.colour, "auto, always or never")
@@ -160,7 +163,11 @@ int RunCommandLine(std::vector<std::string> arguments) {
     std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the back
     app.parse(arguments);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? kExitOk : kExitUsage;
+    if (error.get_exit_code() == 0) return app.exit(error);  // --help, --version
+    const std::vector<std::string> unknown = app.remaining(true);
+    const bool no_command = error.get_name() == "RequiredError" && !unknown.empty() && unknown[0][0] != '-';
+    throw Failure(kExitUsage, (no_command ? "No command '" + unknown[0] + "'" : std::string(error.what())) +
+                                  ". See 'keluab --help', or --help behind a command.");
   }
   return kExitOk;
 }

@@ -53,11 +53,12 @@ std::string NameOf(HRESULT hr) {
   return number;
 }
 
-void Check(HRESULT hr, const std::string& what) {
+void Check(HRESULT hr, const std::string& what, const std::string& advice) {
   if (Succeeded(hr)) return;
   std::string sentence = "Can't " + what + ": " + NameOf(hr) + ".";
+  if (!advice.empty()) sentence += " " + advice;
   for (const Code& code : kCodes) {
-    if (code.hr == hr) sentence += std::string(" ") + code.advice;
+    if (code.hr == hr && advice.empty()) sentence += std::string(" ") + code.advice;
   }
   throw Failure(hr == MAPI_E_NOT_FOUND || hr == MAPI_E_LOGON_FAILED ? kExitNotFound : kExitFailed, sentence);
 }

@@ -19,7 +19,7 @@ class Failure : public std::runtime_error {
 // "MAPI_E_NOT_FOUND (0x8004010F)"
 std::string NameOf(uab::HRESULT hr);
 
-// Throws a Failure unless hr is a success. what completes "Can't ...".
-void Check(uab::HRESULT hr, const std::string& what);
+// Throws a Failure unless hr is a success. what completes "Can't ...". advice is what to do; the code's own for none.
+void Check(uab::HRESULT hr, const std::string& what, const std::string& advice = {});
 
 }  // namespace host

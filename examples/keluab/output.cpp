@@ -30,6 +30,16 @@ void Pad(std::string& line, const std::string& cell, std::size_t width) {
   line.append(width - std::min(width, DisplayWidth(cell)), ' ');
 }
 
+// The lines of a long text below one another.
+std::string Indented(const std::string& text, std::size_t column) {
+  std::string lines;
+  for (char byte : text.substr(0, text.find_last_not_of("\r\n") + 1)) {
+    if (byte == '\n') lines += '\n' + std::string(column, ' ');
+    if (byte != '\n' && byte != '\r') lines += byte;
+  }
+  return lines;
+}
+
 }  // namespace
 
 std::string Output::Styled(const std::string& text, const char* style) const {
@@ -74,7 +84,8 @@ void Output::PrintObject(const Json& object) const {
   for (const auto& [key, value] : object.items()) {
     std::string line;
     Pad(line, key, width + 2);
-    std::cout << Styled(line, kBold) << CellText(object, key) << "\n";
+    std::string text = Indented(CellText(object, key), width + 2);
+    std::cout << Styled(text.empty() ? key : line, kBold) << text << "\n";
   }
 }
 

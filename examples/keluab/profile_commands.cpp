@@ -7,6 +7,13 @@
 namespace host {
 using namespace uab;
 
+namespace {
+
+// A profile that is not there can't be read, which is what the library says.
+constexpr const char* kCheckSource = "Check that there is such a profile: see 'keluab profile list'.";
+
+}  // namespace
+
 void ListProfiles(Context& context) {
   Library library(context.app_key);
   Com<IMAPITable> table;
@@ -51,15 +58,15 @@ void DeleteProfiles(Context& context, const std::vector<std::string>& names) {
 
 void CopyProfile(Context& context, const std::string& source, const std::string& target) {
   Library library(context.app_key);
-  Check(library.OpenProfiles()->CopyProfile(ToWide(source).data(), ToWide(target).data(), MAPI_UNICODE),
-        "copy profile '" + source + "' to '" + target + "'");
+  HRESULT hr = library.OpenProfiles()->CopyProfile(ToWide(source).data(), ToWide(target).data(), MAPI_UNICODE);
+  Check(hr, "copy profile '" + source + "' to '" + target + "'", hr == E_FAIL ? kCheckSource : "");
   context.output.PrintDone("Copied profile '" + source + "' to '" + target + "'.");
 }
 
 void RenameProfile(Context& context, const std::string& source, const std::string& target) {
   Library library(context.app_key);
-  Check(library.OpenProfiles()->RenameProfile(ToWide(source).data(), ToWide(target).data(), MAPI_UNICODE),
-        "rename profile '" + source + "' to '" + target + "'");
+  HRESULT hr = library.OpenProfiles()->RenameProfile(ToWide(source).data(), ToWide(target).data(), MAPI_UNICODE);
+  Check(hr, "rename profile '" + source + "' to '" + target + "'", hr == E_FAIL ? kCheckSource : "");
   context.output.PrintDone("Renamed profile '" + source + "' to '" + target + "'.");
 }
 

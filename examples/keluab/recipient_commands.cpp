@@ -127,11 +127,16 @@ void PrepareRecipients(Context& context, const RecipientOptions& options) {
     Json row = RowOf(list->aEntries[i]);
     const ADRENTRY& entry = list->aEntries[i];
     for (ULONG j = 0; j < entry.cValues; ++j) {
-      if (context.output.json) row[PropertyName(entry.rgPropVals[j].ulPropTag)] = PropertyValue(entry.rgPropVals[j]);
+      const SPropValue& value = entry.rgPropVals[j];
+      bool missing = PropType(value.ulPropTag) == PT_ERROR && !context.output.json;
+      row[PropertyName(value.ulPropTag)] = missing ? Json() : PropertyValue(value);
     }
     rows.push_back(std::move(row));
   }
-  context.output.PrintTable(kColumns, rows, "No recipients.");
+  std::vector<Column> columns = kColumns;
+  if (!tags.empty()) columns.resize(3);  // who it is, and then what was asked for
+  for (ULONG tag : tags) columns.push_back({PropertyName(tag), PropertyName(tag)});
+  context.output.PrintTable(columns, rows, "No recipients.");
 }
 
 }  // namespace host

@@ -82,9 +82,11 @@ void AddService(Context& context, const AddServiceOptions& options) {
   Library library(context.app_key);
   Com<IMsgServiceAdmin> admin = library.OpenServices(context.profile);
   std::string name = options.name.empty() ? options.service : options.name;
-  Check(admin->CreateMsgService(ToWide(options.service).data(), ToWide(name).data(), ToWide(options.text).data(), 0, 0,
-                                MAPI_UNICODE),
-        "add service '" + options.service + "'");
+  HRESULT hr = admin->CreateMsgService(ToWide(options.service).data(), ToWide(name).data(), ToWide(options.text).data(),
+                                       0, 0, MAPI_UNICODE);
+  Check(hr, "add service '" + options.service + "'",
+        hr == MAPI_E_NOT_FOUND ? "Check the service's name in the definition file, and the folder that --text names."
+                               : "");
   context.output.PrintDone("Added service '" + options.service + "'.");
 }
 
@@ -98,8 +100,10 @@ void ConfigureService(Context& context, const ConfigureServiceOptions& options) 
   if (values.empty() && options.raw) throw Failure(kExitUsage, "Give --set TAG=VALUE.");
   Com<IMAPIProp> section;
   ULONG flags = MAPI_UNICODE | (options.raw ? 0 : SERVICE_UI_ALLOWED);
-  Check(admin->ConfigureMsgService(&uid, 0, flags, static_cast<ULONG>(values.size()), values.data(), section.Put()),
-        "configure service '" + options.service + "'");
+  HRESULT hr =
+      admin->ConfigureMsgService(&uid, 0, flags, static_cast<ULONG>(values.size()), values.data(), section.Put());
+  Check(hr, "configure service '" + options.service + "'",
+        hr == MAPI_E_NOT_FOUND ? "Check that the folder or file is there, and the service's library installed." : "");
   if (section)
     Check(section->SaveChanges(KEEP_OPEN_READWRITE), "save the settings of service '" + options.service + "'");
   context.output.PrintDone("Configured service '" + options.service + "'.");

@@ -35,22 +35,26 @@ void SetPath(IAddrBook* book, const std::vector<std::string>& references) {
     row.lpProps[0].ulPropTag = PR_ENTRYID;
     row.lpProps[0].Value.bin = {IdSize(id), static_cast<BYTE*>(block)};
   }
-  Check(book->SetSearchPath(0, path.get()), "set the search path");
+  Check(book->SetSearchPath(0, path.get()), "set the search path",
+        "It takes containers that are for recipients: see 'keluab tree'.");
 }
 
 using Getter = HRESULT (UAB_CALL IAddrBook::*)(ULONG*, ENTRYID**);
 using Setter = HRESULT (UAB_CALL IAddrBook::*)(ULONG, ENTRYID*);
 
-void OneContainer(Context& context, const std::string& reference, const std::string& what, Getter get, Setter set) {
+void OneContainer(Context& context, const std::string& reference, const std::string& what, const std::string& holds,
+                  Getter get, Setter set) {
   Library library(context.app_key);
   Session session(library, context.profile);
   if (!reference.empty()) {
     std::string id = FindContainer(session.book(), reference).id;
-    Check((session.book()->*set)(IdSize(id), IdPointer(id)), "make '" + reference + "' the " + what);
+    Check((session.book()->*set)(IdSize(id), IdPointer(id)), "make '" + reference + "' the " + what,
+          "It takes a container that is " + holds + ": see 'keluab tree'.");
   }
   ULONG size = 0;
   Buffer<ENTRYID> entry;
-  Check((session.book()->*get)(&size, entry.Put()), "read the " + what);
+  Check((session.book()->*get)(&size, entry.Put()), "read the " + what,
+        "No container of the profile is " + holds + ": see 'keluab tree'.");
   std::string id(reinterpret_cast<const char*>(entry.get()), size);
   context.output.PrintObject(
       {{"container", PathOf(ListContainers(session.book()), id)}, {"id", ToHex(id.data(), id.size())}});
@@ -75,11 +79,12 @@ void SearchPathSetting(Context& context, const std::vector<std::string>& referen
 }
 
 void PersonalBookSetting(Context& context, const std::string& container) {
-  OneContainer(context, container, "personal address book", &IAddrBook::GetPAB, &IAddrBook::SetPAB);
+  OneContainer(context, container, "personal address book", "modifiable", &IAddrBook::GetPAB, &IAddrBook::SetPAB);
 }
 
 void DefaultDirectorySetting(Context& context, const std::string& container) {
-  OneContainer(context, container, "default directory", &IAddrBook::GetDefaultDir, &IAddrBook::SetDefaultDir);
+  OneContainer(context, container, "default directory", "for recipients", &IAddrBook::GetDefaultDir,
+               &IAddrBook::SetDefaultDir);
 }
 
 }  // namespace host

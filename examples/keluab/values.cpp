@@ -45,7 +45,9 @@ const Name kNames[] = {
     {PR_SERVICE_DELETE_FILES_W, "SERVICE_DELETE_FILES"},
     {UAB_PR_FILE_NAME_W, "FILE_NAME"},
     {0x6601001F, "VCARD_FOLDER"},  // the vCard provider's own
+    {0x66020102, "VCARD_UID"},
     {0x6603001F, "VCARD_TEXT"},
+    {0x66040003, "VCARD_SKIPPED"},
 };
 
 Json Array(const SPropValue& value) {

@@ -1,5 +1,4 @@
 // keluab watch: what the provider of an entry tells of changes to it.
-#include <atomic>
 #include <chrono>
 #include <iostream>
 #include <thread>
@@ -7,6 +6,7 @@
 #include "commands.h"
 #include "entries.h"
 #include "failure.h"
+#include "keluab/objects.h"
 #include "library.h"
 #include "values.h"
 
@@ -15,20 +15,10 @@ using namespace uab;
 
 namespace {
 
-// Prints each notification as it comes. Counted by whoever holds it; lives on the command's stack longer than all.
-class PrintingSink final : public IMAPIAdviseSink {
+// Prints each notification as it comes.
+class PrintingSink final : public Counted<IMAPIAdviseSink, IID_IMAPIAdviseSink> {
  public:
   explicit PrintingSink(Context& context) : context_(context) {}
-
-  HRESULT UAB_CALL QueryInterface(const IID& iid, void** object) override {
-    if (object == nullptr) return E_INVALIDARG;
-    *object = iid == IID_IUnknown || iid == IID_IMAPIAdviseSink ? this : nullptr;
-    if (*object == nullptr) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-  ULONG UAB_CALL AddRef() override { return ++references_; }
-  ULONG UAB_CALL Release() override { return --references_; }
 
   ULONG UAB_CALL OnNotify(ULONG count, NOTIFICATION* notifications) override {
     for (ULONG i = 0; i < count; ++i) Print(notifications[i]);
@@ -50,7 +40,6 @@ class PrintingSink final : public IMAPIAdviseSink {
   }
 
   Context& context_;
-  std::atomic<ULONG> references_{1};
 };
 
 }  // namespace
@@ -59,10 +48,10 @@ void WatchEntry(Context& context, const WatchOptions& options) {
   Library library(context.app_key);
   Session session(library, context.profile);
   Entry entry = FindEntry(session.book(), options.entry);
-  PrintingSink sink(context);
+  Com<PrintingSink> sink(new PrintingSink(context));
   ULONG connection = 0;
   Check(session.book()->Advise(IdSize(entry.id), IdPointer(entry.id),
-                               fnevObjectCreated | fnevObjectDeleted | fnevObjectModified, &sink, &connection),
+                               fnevObjectCreated | fnevObjectDeleted | fnevObjectModified, sink.get(), &connection),
         "watch '" + options.entry + "'");
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(options.seconds);
   while (std::chrono::steady_clock::now() < end) {

@@ -15,9 +15,13 @@ std::filesystem::path DefaultFolder() {
 }
 
 std::optional<std::filesystem::path> AskForFolder(ULONG_PTR, const std::filesystem::path& current) {
-  std::cout << "Folder with the vCard files [" << current.native() << "]: " << std::flush;
+  // A question, not a result: the output of a host may be read by a program.
+  std::cerr << "Folder with the vCard files [" << current.native() << "]: " << std::flush;
   std::string line;
-  if (!std::getline(std::cin, line)) return std::nullopt;
+  if (!std::getline(std::cin, line)) {
+    std::cerr << "\n";
+    return std::nullopt;
+  }
   if (line.ends_with('\r')) line.pop_back();
   return line.empty() ? current : std::filesystem::path(line);
 }
