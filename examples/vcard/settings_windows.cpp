@@ -10,11 +10,19 @@ std::filesystem::path DefaultFolder() {
   return std::filesystem::path(folder) / L"KELUAB" / L"vCards";
 }
 
-std::optional<std::filesystem::path> AskForFolder(ULONG_PTR ui, const std::filesystem::path&) {
+// The dialog opens where the service's folder is.
+static int CALLBACK Select(HWND dialog, UINT message, LPARAM, LPARAM folder) {
+  if (message == BFFM_INITIALIZED) ::SendMessageW(dialog, BFFM_SETSELECTIONW, TRUE, folder);
+  return 0;
+}
+
+std::optional<std::filesystem::path> AskForFolder(ULONG_PTR ui, const std::filesystem::path& current) {
   BROWSEINFOW browse{};
   browse.hwndOwner = reinterpret_cast<HWND>(ui);
   browse.lpszTitle = L"Folder with the vCard files";
   browse.ulFlags = BIF_RETURNONLYFSDIRS;
+  browse.lpfn = &Select;
+  browse.lParam = reinterpret_cast<LPARAM>(current.c_str());
   PIDLIST_ABSOLUTE chosen = ::SHBrowseForFolderW(&browse);
   if (chosen == nullptr) return std::nullopt;
   wchar_t folder[MAX_PATH];
