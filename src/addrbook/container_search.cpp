@@ -14,9 +14,10 @@ bool HasFlags(const SPropValue& value, ULONG flags) noexcept {
 }
 
 SBinary IdentifierIn(const TableRow& row) noexcept {
-  PropNode* node = row.Find(PR_ENTRYID);
-  if (node == nullptr || node->tag() != PR_ENTRYID) return {};
-  return {static_cast<ULONG>(RecordBytes(node->record).size()), node->record.data()};
+  const PropRecord* record = row.Find(PR_ENTRYID);
+  if (record == nullptr || record->tag() != PR_ENTRYID) return {};
+  std::span<const BYTE> bytes = RecordBytes(*record);
+  return {static_cast<ULONG>(bytes.size()), const_cast<BYTE*>(bytes.data())};
 }
 
 }  // namespace
@@ -40,8 +41,8 @@ HRESULT ContainerSearch::Open(AddrBook& address_book) noexcept {
 SBinary ContainerSearch::Next(ULONG flags) noexcept {
   while (next_ < table_->row_count()) {
     const TableRow& row = table_->row(next_++);
-    const PropNode* node = row.Find(PR_CONTAINER_FLAGS);
-    if (node == nullptr || !HasFlags(node->record.value, flags)) continue;
+    const PropRecord* record = row.Find(PR_CONTAINER_FLAGS);
+    if (record == nullptr || !HasFlags(record->value, flags)) continue;
     if (SBinary identifier = IdentifierIn(row); identifier.cb != 0) return identifier;
   }
   return {};

@@ -138,10 +138,10 @@ bool HasProfile(MemTable& table, const WCHAR* profile_name) noexcept {
 
 bool IsDefaultProfile(MemTable& table, const WCHAR* profile_name) noexcept {
   for (std::size_t i = 0; i < table.row_count(); ++i) {
-    const PropNode* name = table.row(i).Find(PR_DISPLAY_NAME_W);
-    if (name == nullptr || lstrcmpiW(RecordText(name->record), profile_name) != 0) continue;
-    const PropNode* is_default = table.row(i).Find(PR_DEFAULT_PROFILE);
-    return is_default != nullptr && is_default->record.value.Value.b != 0;
+    const PropRecord* name = table.row(i).Find(PR_DISPLAY_NAME_W);
+    if (name == nullptr || lstrcmpiW(RecordText(*name), profile_name) != 0) continue;
+    const PropRecord* is_default = table.row(i).Find(PR_DEFAULT_PROFILE);
+    return is_default != nullptr && is_default->value.Value.b != 0;
   }
   return false;
 }

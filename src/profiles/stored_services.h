@@ -22,7 +22,7 @@ HRESULT SaveNewProfile(const WCHAR* app_key, const WCHAR* profile_name, MemTable
 HRESULT DeleteProfile(const WCHAR* app_key, const WCHAR* profile_name) noexcept;
 
 // Writes a new service, whose row holds its identifier uid, and adds it to the table as its first row. E_INVALIDARG: no
-// values. Errors of BuildTableRow and SaveRow; nothing is added then.
+// values. Errors of TableRow::Build and SaveRow; nothing is added then.
 HRESULT AddService(const WCHAR* app_key, const WCHAR* profile_name, const MAPIUID& uid, const SRow& row,
                    MemTable& table) noexcept;
 

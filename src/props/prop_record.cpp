@@ -1,5 +1,6 @@
 #include "props/prop_record.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -14,24 +15,18 @@ bool HasData(ULONG type) noexcept {
   return type == PT_STRING8 || type == PT_UNICODE || type == PT_CLSID || type == PT_BINARY || IsMultiValued(type);
 }
 
-HRESULT MeasureData(const SPropValue& value, std::size_t* size) noexcept {
-  if (IsMultiValued(value.ulPropTag)) return MeasureMultiValue(value, size);
+std::size_t SingleValueSize(const SPropValue& value) noexcept {
   switch (PropType(value.ulPropTag)) {
     case PT_STRING8:
-      *size = static_cast<std::size_t>(lstrlenA(value.Value.lpszA)) + 1;
-      return S_OK;
+      return static_cast<std::size_t>(lstrlenA(value.Value.lpszA)) + 1;
     case PT_UNICODE:
-      *size = 2 * (static_cast<std::size_t>(lstrlenW(value.Value.lpszW)) + 1);
-      return S_OK;
+      return 2 * (static_cast<std::size_t>(lstrlenW(value.Value.lpszW)) + 1);
     case PT_CLSID:
-      *size = sizeof(GUID);
-      return S_OK;
+      return sizeof(GUID);
     case PT_BINARY:
-      *size = value.Value.bin.cb;
-      return S_OK;
+      return value.Value.bin.cb;
     default:
-      *size = 0;
-      return S_OK;
+      return 0;
   }
 }
 
@@ -93,11 +88,6 @@ void ClearUnused(SPropValue& value) noexcept {
   std::memset(reinterpret_cast<BYTE*>(&value.Value) + size, 0, sizeof(SPropValueUnion) - size);
 }
 
-std::size_t RecordLength(std::size_t data_length) noexcept {
-  std::size_t padded = (data_length + 7) & ~std::size_t{7};
-  return padded <= 8 ? kMinRecordLength : padded + sizeof(PropRecord);
-}
-
 bool EndsInside8(const PropRecord& record) noexcept {
   return std::memchr(record.data(), 0, record.dataLength) != nullptr;
 }
@@ -138,33 +128,61 @@ bool CheckData(PropRecord& record) noexcept {
   }
 }
 
+// A node whose record is not written yet.
+HRESULT NewNode(std::size_t record_length, PropNodePtr& node) noexcept {
+  void* block = ::operator new(offsetof(PropNode, record) + record_length, std::nothrow);
+  if (block == nullptr) return E_OUTOFMEMORY;
+  node.reset(static_cast<PropNode*>(block));
+  node->flags = 0;
+  return S_OK;
+}
+
 }  // namespace
 
 HRESULT MakeEmptyNode(std::size_t size, PropNodePtr& node) noexcept {
-  std::size_t bytes = offsetof(PropNode, record) + (size < kMinRecordLength ? kMinRecordLength : size);
-  void* block = ::operator new(bytes, std::nothrow);
-  if (block == nullptr) return E_OUTOFMEMORY;
-  std::memset(block, 0, bytes);
-  node.reset(static_cast<PropNode*>(block));
+  size = std::max<std::size_t>(size, kMinRecordLength);
+  HRESULT hr = NewNode(size, node);
+  if (Succeeded(hr)) std::memset(&node->record, 0, size);
+  return hr;
+}
+
+HRESULT MeasureData(const SPropValue& value, std::size_t* data_length) noexcept {
+  std::size_t size = 0;
+  if (IsMultiValued(value.ulPropTag)) {
+    if (HRESULT hr = MeasureMultiValue(value, &size); Failed(hr)) return hr;
+  } else {
+    size = SingleValueSize(value);
+  }
+  if (size > kMaxDataLength) return E_OUTOFMEMORY;
+  *data_length = size;
   return S_OK;
+}
+
+void WriteRecord(const SPropValue& value, std::size_t data_length, PropRecord& record) noexcept {
+  std::size_t length = RecordLength(data_length);
+  record.recLength = static_cast<ULONG>(length);
+  record.dataLength = static_cast<ULONG>(data_length);
+  std::memcpy(&record.value, &value, sizeof(value));
+  ClearUnused(record.value);
+  BYTE* data = record.data();
+  if (IsMultiValued(value.ulPropTag)) {
+    std::memset(data, 0, length - sizeof(PropRecord));
+    WriteMultiValue(value, data, false);
+    return;
+  }
+  std::memset(data + length - sizeof(PropRecord) - 8, 0, 8);  // the padding lies in the last eight bytes
+  if (const void* given = DataPointer(value); given != nullptr && data_length != 0) {
+    std::memcpy(data, given, data_length);
+  } else {
+    std::memset(data, 0, data_length);
+  }
 }
 
 HRESULT MakePropNode(const SPropValue& value, PropNodePtr& node) noexcept {
   std::size_t size = 0;
   if (HRESULT hr = MeasureData(value, &size); Failed(hr)) return hr;
-  if (size > kMaxDataLength) return E_OUTOFMEMORY;
-  std::size_t length = RecordLength(size);
-  if (HRESULT hr = MakeEmptyNode(length, node); Failed(hr)) return hr;
-  PropRecord& record = node->record;
-  record.recLength = static_cast<ULONG>(length);
-  record.dataLength = static_cast<ULONG>(size);
-  std::memcpy(&record.value, &value, sizeof(value));
-  ClearUnused(record.value);
-  if (IsMultiValued(value.ulPropTag)) {
-    WriteMultiValue(value, record.data(), false);
-  } else if (const void* data = DataPointer(value); data != nullptr && size != 0) {
-    std::memcpy(record.data(), data, size);
-  }
+  if (HRESULT hr = NewNode(RecordLength(size), node); Failed(hr)) return hr;
+  WriteRecord(value, size, node->record);
   return S_OK;
 }
 

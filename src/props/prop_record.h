@@ -24,6 +24,7 @@ struct PropRecord {
   ULONG dataLength;
   SPropValue value;
 
+  ULONG tag() const noexcept { return value.ulPropTag; }
   BYTE* data() noexcept { return reinterpret_cast<BYTE*>(this + 1); }
   const BYTE* data() const noexcept { return reinterpret_cast<const BYTE*>(this + 1); }
   std::span<const BYTE> bytes() const noexcept { return {reinterpret_cast<const BYTE*>(this), recLength}; }
@@ -41,7 +42,7 @@ struct PropNode {
   ULONG flags;
   PropRecord record;
 
-  ULONG tag() const noexcept { return record.value.ulPropTag; }
+  ULONG tag() const noexcept { return record.tag(); }
   bool dirty() const noexcept { return (flags & kDirty) != 0; }
 };
 
@@ -50,9 +51,21 @@ struct PropNodeDelete {
 };
 using PropNodePtr = std::unique_ptr<PropNode, PropNodeDelete>;
 
-// Stores a node that holds a copy of the value and its data; its flags are 0. A null string counts as an empty one.
-// E_OUTOFMEMORY; MAPI_E_NO_SUPPORT: a multi-valued type that is not in the table; E_INVALIDARG: values counted, but no
+// Stores the length of the data of the value's record. A null string counts as an empty one. E_OUTOFMEMORY: more than a
+// record can hold. MAPI_E_NO_SUPPORT: a multi-valued type that is not in the table. E_INVALIDARG: values counted, but no
 // array.
+HRESULT MeasureData(const SPropValue& value, std::size_t* data_length) noexcept;
+
+// The length of a record with so much data.
+constexpr std::size_t RecordLength(std::size_t data_length) noexcept {
+  std::size_t padded = (data_length + 7) & ~std::size_t{7};
+  return padded <= 8 ? kMinRecordLength : padded + sizeof(PropRecord);
+}
+
+// Writes the value, whose data has the measured length, as a record; every byte of it.
+void WriteRecord(const SPropValue& value, std::size_t data_length, PropRecord& record) noexcept;
+
+// Stores a node that holds the value as a record; its flags are 0. E_OUTOFMEMORY. Errors of MeasureData.
 HRESULT MakePropNode(const SPropValue& value, PropNodePtr& node) noexcept;
 
 // Stores a zeroed node with room for a record of size bytes, for a record that is read from elsewhere.

@@ -6,15 +6,22 @@
 #include <cstring>
 
 #include "platform/at_boundary.h"
+#include "props/record_match.h"
 
 namespace uab {
 namespace {
+
+constexpr std::size_t kReadAhead = 3;
 
 HRESULT CopyTags(const SPropTagArray& tags, ChainPtr<SPropTagArray>& copy) noexcept {
   std::size_t size = TagArraySize(tags.cValues);
   HRESULT hr = AllocateInto(copy, size);
   if (Succeeded(hr)) std::memcpy(copy.Get(), &tags, size);
   return hr;
+}
+
+bool HoldsValue(const TableRow& row, const SPropValue& value) noexcept {
+  return MatchRecord(row.Find(value.ulPropTag), value) == S_OK;
 }
 
 }  // namespace
@@ -28,7 +35,7 @@ HRESULT MemTable::Create(ComPtr<MemTable>& table) noexcept {
 
 HRESULT MemTable::AddRow(const SRow& row, std::size_t index) noexcept {
   TableRow built;
-  if (HRESULT hr = BuildTableRow(row, built); Failed(hr)) return hr;
+  if (HRESULT hr = built.Build(row); Failed(hr)) return hr;
   return InsertRow(std::move(built), index);
 }
 
@@ -43,13 +50,13 @@ HRESULT MemTable::InsertRow(TableRow row, std::size_t index) noexcept {
 
 TableRow* MemTable::FirstMatch(const SPropValue& key) noexcept {
   LockedScope scope(section_);
-  auto found = std::find_if(rows_.begin(), rows_.end(), [&](const TableRow& row) { return row.Matches(key) == S_OK; });
+  auto found = std::find_if(rows_.begin(), rows_.end(), [&](const TableRow& row) { return HoldsValue(row, key); });
   return found == rows_.end() ? nullptr : &*found;
 }
 
 HRESULT MemTable::DeleteRow(const SPropValue& key) noexcept {
   LockedScope scope(section_);
-  auto found = std::find_if(rows_.begin(), rows_.end(), [&](const TableRow& row) { return row.Matches(key) == S_OK; });
+  auto found = std::find_if(rows_.begin(), rows_.end(), [&](const TableRow& row) { return HoldsValue(row, key); });
   if (found == rows_.end()) return MAPI_E_NOT_FOUND;
   if (static_cast<std::size_t>(found - rows_.begin()) < position_) --position_;
   rows_.erase(found);
@@ -141,11 +148,8 @@ HRESULT MemTable::QueryRows(LONG count, ULONG flags, SRowSet** rows) noexcept {
   if (HRESULT hr = AllocateHead(RowSetSize(wanted), reinterpret_cast<void**>(read.Put())); Failed(hr)) return hr;
   HRESULT status = S_OK;
   for (std::size_t i = 0; i < wanted; ++i) {
-    // Tables are mostly read from the first row to the last: the next ones are on their way while this one is copied.
-    if (start + i + 4 < rows_.size()) {
-      rows_[start + i + 2].PrefetchNodes();
-      rows_[start + i + 4].PrefetchPointers();
-    }
+    // Tables are mostly read from the first row to the last: one further on is fetched while this one is copied.
+    if (start + i + kReadAhead < rows_.size()) rows_[start + i + kReadAhead].Prefetch();
     status = ProjectRow(rows_[start + i], columns_.Get(), read->aRow[i]);
     if (Failed(status)) return status;
     read->cRows = static_cast<ULONG>(i + 1);

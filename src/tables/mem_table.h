@@ -23,11 +23,11 @@ class MemTable final : public ComObject<MemTable, IMAPITable, &IID_IMAPITable> {
   // Owner operations ------------------------------------------------------------------------------------------------
 
   // Adds a copy of the row in front of the one that has the index; at or beyond the end, last. At either end the time
-  // is constant. E_INVALIDARG: no values. Errors of MakePropNode; the table is unchanged.
+  // is constant. E_INVALIDARG: no values. Errors of TableRow::Build; the table is unchanged.
   HRESULT AddRow(const SRow& row, std::size_t index) noexcept;
   HRESULT InsertRow(TableRow row, std::size_t index) noexcept;
 
-  // The first row that holds exactly the key's property (see PropList::Matches); null when there is none.
+  // The first row that holds exactly the key's property (see MatchRecord); null when there is none.
   TableRow* FirstMatch(const SPropValue& key) noexcept;
   bool HasRow(const SPropValue& key) noexcept { return FirstMatch(key) != nullptr; }
 

@@ -30,8 +30,8 @@ void FormatTag(ULONG tag, KeyName& name) noexcept {
 }
 
 HRESULT NameServiceKey(const TableRow& row, KeyName& name) noexcept {
-  const PropNode* node = row.Find(PR_SERVICE_UID);
-  return node != nullptr ? FormatServiceKeyName(RecordBytes(node->record), name) : MAPI_E_MISSING_REQUIRED_COLUMN;
+  const PropRecord* record = row.Find(PR_SERVICE_UID);
+  return record != nullptr ? FormatServiceKeyName(RecordBytes(*record), name) : MAPI_E_MISSING_REQUIRED_COLUMN;
 }
 
 // Reads a value into a new node; node stays empty when the value is no record.
@@ -60,12 +60,15 @@ HRESULT LoadValues(PropList& list, HKEY key) noexcept {
   }
 }
 
-HRESULT CopyRow(const TableRow& row, TableRow& copy) noexcept {
-  for (const PropNodePtr& node : row.nodes()) {
-    PropNodePtr made;
-    if (HRESULT hr = MakeEmptyNode(node->record.recLength, made); Failed(hr)) return hr;
-    std::memcpy(&made->record, &node->record, node->record.recLength);
-    if (HRESULT hr = copy.Append(std::move(made)); Failed(hr)) return hr;
+HRESULT SaveRecord(const PropRecord& record, HKEY key) noexcept {
+  KeyName name;
+  FormatTag(record.tag(), name);
+  return SetValue(key, name, REG_BINARY, record.bytes());
+}
+
+HRESULT SaveRecords(const TableRow& row, HKEY key) noexcept {
+  for (std::size_t i = 0; i < row.count(); ++i) {
+    if (HRESULT hr = SaveRecord(row.record(i), key); Failed(hr)) return hr;
   }
   return S_OK;
 }
@@ -92,9 +95,9 @@ bool Contains(const std::vector<Name>& sorted, Name name) {
 // Removes the records from a service's subkey that are not the row's own.
 HRESULT DeleteOtherRecords(HKEY key, const TableRow& row) {
   std::vector<Name> own;
-  for (const PropNodePtr& node : row.nodes()) {
+  for (std::size_t i = 0; i < row.count(); ++i) {
     KeyName name;
-    FormatTag(node->tag(), name);
+    FormatTag(row.record(i).tag(), name);
     own.emplace_back(name);
   }
   std::sort(own.begin(), own.end());
@@ -112,7 +115,7 @@ HRESULT DeleteOtherRecords(HKEY key, const TableRow& row) {
 
 enum class OtherRecords { kKeep, kDelete };
 
-HRESULT SaveRowAs(HKEY profile_key, TableRow& row, OtherRecords others) {
+HRESULT SaveRowAs(HKEY profile_key, const TableRow& row, OtherRecords others) {
   KeyName name;
   if (HRESULT hr = NameServiceKey(row, name); Failed(hr)) return hr;
   UniqueKey key;
@@ -123,10 +126,7 @@ HRESULT SaveRowAs(HKEY profile_key, TableRow& row, OtherRecords others) {
     KeyName buffer;
     hr = DeleteKeyTree(key.Get(), buffer);
   }
-  if (Succeeded(hr)) {
-    row.SetAllDirty(true);
-    hr = SaveList(row, key.Get());
-  }
+  if (Succeeded(hr)) hr = SaveRecords(row, key.Get());
   if (Succeeded(hr) && existed && others == OtherRecords::kDelete) hr = DeleteOtherRecords(key.Get(), row);
   if (Failed(hr) && !existed) {
     key.Reset();
@@ -154,9 +154,7 @@ HRESULT FormatServiceKeyName(std::span<const BYTE> uid, ServiceKeyName& name) no
 HRESULT SaveList(const PropList& list, HKEY key) noexcept {
   for (const PropNodePtr& node : list.nodes()) {
     if (!node->dirty()) continue;
-    KeyName name;
-    FormatTag(node->tag(), name);
-    if (HRESULT hr = SetValue(key, name, REG_BINARY, node->record.bytes()); Failed(hr)) return hr;
+    if (HRESULT hr = SaveRecord(node->record, key); Failed(hr)) return hr;
   }
   return S_OK;
 }
@@ -167,7 +165,7 @@ HRESULT LoadList(PropList& list, HKEY key) noexcept {
   return hr;
 }
 
-HRESULT SaveRow(HKEY profile_key, TableRow& row) noexcept {
+HRESULT SaveRow(HKEY profile_key, const TableRow& row) noexcept {
   return at_boundary([&] { return SaveRowAs(profile_key, row, OtherRecords::kKeep); });
 }
 
@@ -179,8 +177,10 @@ HRESULT LoadTable(MemTable& table, HKEY profile_key) noexcept {
     if (status != kSuccess) return E_FAIL;
     UniqueKey key;
     if (HRESULT hr = OpenKey(profile_key, name, KEY_READ, &key); Failed(hr)) return hr;
+    PropList list;
+    if (HRESULT hr = LoadList(list, key.Get()); Failed(hr)) return hr;
     TableRow row;
-    if (HRESULT hr = LoadList(row, key.Get()); Failed(hr)) return hr;
+    if (HRESULT hr = row.Pack(list); Failed(hr)) return hr;
     if (HRESULT hr = table.InsertRow(std::move(row), index); Failed(hr)) return hr;
   }
 }
@@ -209,11 +209,13 @@ HRESULT UpdateRowAndSave(MemTable& table, const SPropValue& key, ULONG count, co
                          HKEY profile_key) noexcept {
   TableRow* row = table.FirstMatch(key);
   if (row == nullptr || count == 0) return MAPI_E_NOT_FOUND;
-  TableRow updated;
-  if (HRESULT hr = CopyRow(*row, updated); Failed(hr)) return hr;
+  PropList list;
+  if (HRESULT hr = row->Unpack(list); Failed(hr)) return hr;
   for (ULONG i = 0; i < count; ++i) {
-    if (HRESULT hr = updated.Set(values[i]); Failed(hr)) return hr;
+    if (HRESULT hr = list.Set(values[i]); Failed(hr)) return hr;
   }
+  TableRow updated;
+  if (HRESULT hr = updated.Pack(list); Failed(hr)) return hr;
   HRESULT hr = SaveRow(profile_key, updated);
   if (Failed(hr)) {
     at_boundary([&] { return SaveRowAs(profile_key, *row, OtherRecords::kDelete); });  // what was written is undone

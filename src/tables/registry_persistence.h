@@ -31,11 +31,10 @@ HRESULT SaveList(const PropList& list, HKEY key) noexcept;
 // REQUIRES: list is empty.
 HRESULT LoadList(PropList& list, HKEY key) noexcept;
 
-// Writes all of a service's properties, dirty from then on, into its subkey, which loses its own subkeys. Other values
-// of the subkey stay. A subkey that was made for the service is gone again after a failure.
-// MAPI_E_MISSING_REQUIRED_COLUMN: no PR_SERVICE_UID, or an empty one. MAPI_E_STRING_TOO_LONG: one of more than 32
-// bytes. Nothing is written then.
-HRESULT SaveRow(HKEY profile_key, TableRow& row) noexcept;
+// Writes all of a service's properties into its subkey, which loses its own subkeys. Other values of the subkey stay. A
+// subkey that was made for the service is gone again after a failure. MAPI_E_MISSING_REQUIRED_COLUMN: no
+// PR_SERVICE_UID, or an empty one. MAPI_E_STRING_TOO_LONG: one of more than 32 bytes. Nothing is written then.
+HRESULT SaveRow(HKEY profile_key, const TableRow& row) noexcept;
 
 // Appends one row for each subkey, in the registry's order. Rows loaded before an error stay in the table.
 HRESULT LoadTable(MemTable& table, HKEY profile_key) noexcept;

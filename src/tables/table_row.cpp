@@ -1,16 +1,21 @@
 #include "tables/table_row.h"
 
+#include <cstring>
+#include <new>
+
 #include "frame/allocation_chain.h"
 #include "keluab/tags.h"
+#include "props/id_search.h"
 #include "props/prop_values.h"
 
 namespace uab {
 namespace {
 
+constexpr std::size_t kMaxSize = 0xFFFFFFFFu;  // offsets have four bytes
+
 HRESULT ReadAll(const TableRow& row, SPropValue* values) noexcept {
-  SPropValue* next = values;
-  for (const PropNodePtr& node : row.nodes()) {
-    if (HRESULT hr = ReadPropRecord(node->record, values, *next++); Failed(hr)) return hr;
+  for (std::size_t i = 0; i < row.count(); ++i) {
+    if (HRESULT hr = ReadPropRecord(row.record(i), values, values[i]); Failed(hr)) return hr;
   }
   return S_OK;
 }
@@ -21,8 +26,8 @@ HRESULT ReadColumns(const TableRow& row, const SPropTagArray& columns, SPropValu
     ULONG tag = columns.aulPropTag[i];
     if (tag == PR_NULL) {
       values[i].ulPropTag = PR_NULL;
-    } else if (const PropNode* node = row.Find(tag)) {
-      if (HRESULT hr = ReadPropRecord(node->record, values, values[i]); Failed(hr)) return hr;
+    } else if (const PropRecord* record = row.Find(tag)) {
+      if (HRESULT hr = ReadPropRecord(*record, values, values[i]); Failed(hr)) return hr;
     } else {
       values[i] = NotFoundValue(tag);
       status = MAPI_W_ERRORS_RETURNED;
@@ -33,13 +38,69 @@ HRESULT ReadColumns(const TableRow& row, const SPropTagArray& columns, SPropValu
 
 }  // namespace
 
-HRESULT BuildTableRow(const SRow& row, TableRow& built) noexcept {
+const PropRecord& TableRow::record(std::size_t index) const noexcept { return *block_->at(block_->offsets[index]); }
+
+const PropRecord* TableRow::Find(ULONG tag) const noexcept {
+  if (block_ == nullptr) return nullptr;
+  std::size_t index = FindId({block_->ids(), block_->count}, tag);
+  return index == kNowhere ? nullptr : &record(index);
+}
+
+template <typename LengthOf, typename Write>
+HRESULT TableRow::Make(std::size_t count, LengthOf length_of, Write write) noexcept {
+  std::size_t size = RecordsAt(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    std::size_t length = 0;
+    if (HRESULT hr = length_of(i, &length); Failed(hr)) return hr;
+    size += length;
+    if (size > kMaxSize) return E_OUTOFMEMORY;
+  }
+  BlockPtr block(static_cast<Block*>(::operator new(size, std::nothrow)));
+  if (block == nullptr) return E_OUTOFMEMORY;
+  block->count = static_cast<ULONG>(count);
+  std::size_t offset = RecordsAt(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    PropRecord* record = block->at(offset);
+    write(i, *record);
+    block->offsets[i] = static_cast<ULONG>(offset);
+    block->ids()[i] = static_cast<std::uint16_t>(PropId(record->tag()));
+    offset += record->recLength;
+  }
+  block_ = std::move(block);
+  return S_OK;
+}
+
+HRESULT TableRow::Build(const SRow& row) noexcept {
   if (row.cValues == 0 || row.lpProps == nullptr) return E_INVALIDARG;
-  if (HRESULT hr = built.Reserve(row.cValues); Failed(hr)) return hr;
-  for (ULONG i = 0; i < row.cValues; ++i) {
+  auto length_of = [&](std::size_t i, std::size_t* length) {
+    HRESULT hr = MeasureData(row.lpProps[i], length);
+    *length = RecordLength(*length);
+    return hr;
+  };
+  return Make(row.cValues, length_of, [&](std::size_t i, PropRecord& record) {
+    std::size_t data_length = 0;
+    MeasureData(row.lpProps[i], &data_length);
+    WriteRecord(row.lpProps[i], data_length, record);
+  });
+}
+
+HRESULT TableRow::Pack(const PropList& list) noexcept {
+  auto length_of = [&](std::size_t i, std::size_t* length) {
+    *length = list.nodes()[i]->record.recLength;
+    return S_OK;
+  };
+  return Make(list.count(), length_of, [&](std::size_t i, PropRecord& record) {
+    const PropRecord& stored = list.nodes()[i]->record;
+    std::memcpy(&record, &stored, stored.recLength);
+  });
+}
+
+HRESULT TableRow::Unpack(PropList& list) const noexcept {
+  for (std::size_t i = 0; i < count(); ++i) {
     PropNodePtr node;
-    if (HRESULT hr = MakePropNode(row.lpProps[i], node); Failed(hr)) return hr;
-    if (HRESULT hr = built.Append(std::move(node)); Failed(hr)) return hr;
+    if (HRESULT hr = MakeEmptyNode(record(i).recLength, node); Failed(hr)) return hr;
+    std::memcpy(&node->record, &record(i), record(i).recLength);
+    if (HRESULT hr = list.Append(std::move(node)); Failed(hr)) return hr;
   }
   return S_OK;
 }
@@ -59,7 +120,7 @@ HRESULT ProjectRow(const TableRow& row, const SPropTagArray* columns, SRow& proj
 HRESULT ListTags(const TableRow& row, SPropTagArray** tags) noexcept {
   ChainPtr<SPropTagArray> result;
   if (HRESULT hr = AllocateInto(result, TagArraySize(row.count())); Failed(hr)) return hr;
-  for (const PropNodePtr& node : row.nodes()) result->aulPropTag[result->cValues++] = node->tag();
+  for (std::size_t i = 0; i < row.count(); ++i) result->aulPropTag[result->cValues++] = row.record(i).tag();
   *tags = result.Detach();
   return S_OK;
 }

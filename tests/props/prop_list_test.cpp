@@ -1,4 +1,5 @@
 #include "props/prop_list.h"
+#include "props/record_match.h"
 
 #include <gtest/gtest.h>
 
@@ -69,10 +70,10 @@ TEST(PropList, MatchesComparesByType) {
       {"nor currencies", LongValue(currency, 0), LongValue(currency, 0), MAPI_E_NO_SUPPORT},
   };
   for (const auto& c : cases) {
-    PropList list;
-    EXPECT_EQ(list.Matches(c.given), MAPI_E_NOT_FOUND) << c.what;
-    ASSERT_EQ(list.Set(c.stored), S_OK);
-    EXPECT_EQ(list.Matches(c.given), c.result) << c.what;
+    PropNodePtr node;
+    EXPECT_EQ(MatchRecord(nullptr, c.given), MAPI_E_NOT_FOUND) << c.what;
+    ASSERT_EQ(MakePropNode(c.stored, node), S_OK);
+    EXPECT_EQ(MatchRecord(&node->record, c.given), c.result) << c.what;
   }
 }
 

@@ -78,7 +78,9 @@ HRESULT FakeObject::GetPropList(ULONG, SPropTagArray** tags) {
   PropList bare;
   bare.Set(LongValue(PR_CONTAINER_CONTENTS, 0));
   const bool is_bare = provider_.bare_lists && entry_->type == MAPI_DISTLIST;
-  HRESULT hr = ListTags(is_bare ? bare : entry_->props, tags);
+  TableRow row;
+  HRESULT hr = row.Pack(is_bare ? bare : entry_->props);
+  if (Succeeded(hr)) hr = ListTags(row, tags);
   if (Succeeded(hr) && turn.fewer) (*tags)->cValues = 0;
   return hr;
 }

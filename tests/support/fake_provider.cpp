@@ -134,8 +134,10 @@ FakeProvider::Turn FakeProvider::Enter(const char* slot, const std::string& deta
 
 HRESULT FakeProvider::AnswerValues(const Turn& turn, const PropList& props, const std::string& name,
                                    const SPropTagArray* tags, ULONG* count, SPropValue** values) {
+  TableRow packed;
   SRow row{};
-  HRESULT hr = ProjectRow(props, tags, row);
+  HRESULT hr = packed.Pack(props);
+  if (Succeeded(hr)) hr = ProjectRow(packed, tags, row);
   if (Failed(hr)) return hr;
   for (ULONG i = 0; turn.other_types && i < row.cValues; ++i) {
     row.lpProps[i] = TextValue(WithPropType(row.lpProps[i].ulPropTag, PT_UNICODE), UAB_TEXT("no such value"));

@@ -50,7 +50,7 @@ TableRow Service(const BYTE (&uid)[16], const WCHAR* name, LONG flags = 0) {
   SPropValue values[] = {BinaryValue(PR_SERVICE_UID, uid, 16), TextValue(PR_DISPLAY_NAME_W, name),
                          LongValue(PR_RESOURCE_FLAGS, flags)};
   TableRow row;
-  EXPECT_EQ(BuildTableRow(SRow{0, 3, values}, row), S_OK);
+  EXPECT_EQ(row.Build(SRow{0, 3, values}), S_OK);
   return row;
 }
 
@@ -199,7 +199,7 @@ TEST_F(RegistryPersistence, SavesARowUnderItsIdentifier) {
   for (const auto& [uid, hr] : uids) {
     EXPECT_EQ(ReadServices(key_.Get()).size(), 1u);
     TableRow other;
-    ASSERT_EQ(other.Set(uid), S_OK);
+    ASSERT_EQ(other.Build(SRow{0, 1, const_cast<SPropValue*>(&uid)}), S_OK);
     EXPECT_EQ(SaveRow(key_.Get(), other), hr);
   }
   EXPECT_TRUE(ReadValues(key_.Get()).empty());
@@ -232,7 +232,7 @@ TEST_F(RegistryPersistence, SavingATableLeavesItsRowsAndTheSettings) {
   auto loaded = TableOf();
   ASSERT_EQ(LoadTable(*loaded, key_.Get()), S_OK);
   ASSERT_EQ(loaded->row_count(), 2u);
-  EXPECT_EQ(loaded->row(0).Matches(BinaryValue(PR_SERVICE_UID, kUids[1], 16)), S_OK);  // in name order
+  EXPECT_EQ(loaded->FirstMatch(BinaryValue(PR_SERVICE_UID, kUids[1], 16)), &loaded->row(0));  // in name order
 }
 
 TEST_F(RegistryPersistence, UpdatesARowOrNothing) {
@@ -243,9 +243,9 @@ TEST_F(RegistryPersistence, UpdatesARowOrNothing) {
   EXPECT_EQ(UpdateRowAndSave(*table, key, 0, values, key_.Get()), MAPI_E_NOT_FOUND);
   EXPECT_EQ(UpdateRowAndSave(*table, key, 2, values, key_.Get()), MAPI_E_NO_SUPPORT);
   EXPECT_TRUE(ReadServices(key_.Get()).empty());
-  EXPECT_NE(table->row(1).Matches(values[0]), S_OK);
+  EXPECT_FALSE(table->HasRow(values[0]));
   EXPECT_EQ(UpdateRowAndSave(*table, key, 1, values, key_.Get()), S_OK);
-  EXPECT_EQ(table->row(1).Matches(values[0]), S_OK);
+  EXPECT_EQ(table->FirstMatch(values[0]), &table->row(1));
   EXPECT_EQ(ReadServices(key_.Get()).size(), 1u);
 }
 
