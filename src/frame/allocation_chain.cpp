@@ -33,9 +33,10 @@ template <typename Fill>
 inline HRESULT LinkBlock(ULONG size, void* head_data, void** buffer, Fill fill) noexcept {
   BlockHeader* head = HeadOf(head_data);
   if (head == nullptr) return E_INVALIDARG;
-  BlockHeader* block = NewBlock(size, head, head->next);
+  BlockHeader* newest = head->next;
+  BlockHeader* block = NewBlock(size, head, newest);
   if (block == nullptr) return E_OUTOFMEMORY;
-  if (block->next != nullptr) block->next->previous = block;
+  if (newest != nullptr) newest->previous = block;
   head->next = block;
   fill(DataOf(block));
   *buffer = DataOf(block);
@@ -47,6 +48,12 @@ inline HRESULT LinkBlock(ULONG size, void* head_data, void** buffer, Fill fill) 
 HRESULT AllocateHead(std::size_t size, void** buffer) noexcept {
   *buffer = nullptr;
   return size > kMaxBlockSize ? E_OUTOFMEMORY : UABAllocateBuffer(static_cast<ULONG>(size), buffer);
+}
+
+HRESULT AllocateUnwritten(std::size_t size, void** buffer) noexcept {
+  BlockHeader* block = size > kMaxBlockSize ? nullptr : NewBlock(static_cast<ULONG>(size), nullptr, nullptr);
+  *buffer = block != nullptr ? DataOf(block) : nullptr;
+  return block != nullptr ? S_OK : E_OUTOFMEMORY;
 }
 
 HRESULT AllocateLinked(std::size_t size, void* head, void** buffer) noexcept {
@@ -66,10 +73,9 @@ using namespace uab;
 
 HRESULT UAB_CALL UABAllocateBuffer(ULONG size, void** buffer) {
   if (buffer == nullptr) return E_INVALIDARG;
-  BlockHeader* block = NewBlock(size, nullptr, nullptr);
-  if (block != nullptr) std::memset(DataOf(block), 0, size);
-  *buffer = block != nullptr ? DataOf(block) : nullptr;
-  return block != nullptr ? S_OK : E_OUTOFMEMORY;
+  HRESULT hr = AllocateUnwritten(size, buffer);
+  if (Succeeded(hr)) std::memset(*buffer, 0, size);
+  return hr;
 }
 
 HRESULT UAB_CALL UABAllocateMore(ULONG size, void* head_data, void** buffer) {

@@ -29,7 +29,9 @@ inline constexpr ULONG kMaxBlockSize = 0xFFFFFFFFu - sizeof(BlockHeader) - 1;
 HRESULT AllocateHead(std::size_t size, void** buffer) noexcept;
 HRESULT AllocateLinked(std::size_t size, void* head, void** buffer) noexcept;
 
-// A linked block that holds a copy of size bytes: written once, where AllocateLinked would zero it first.
+// The same as AllocateHead, and as AllocateLinked with a copy of size bytes, but for the zeroing: blocks of which the
+// library writes every byte itself.
+HRESULT AllocateUnwritten(std::size_t size, void** buffer) noexcept;
 HRESULT CopyLinked(const void* data, std::size_t size, void* head, void** buffer) noexcept;
 
 // Owners of what has not been handed over yet.

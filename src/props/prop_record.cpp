@@ -212,7 +212,7 @@ HRESULT ReadPropRecord(const PropRecord& record, void* head, SPropValue& value) 
   if (size == 0) return S_OK;
   BYTE* block = nullptr;
   HRESULT hr = head != nullptr ? CopyLinked(record.data(), size, head, reinterpret_cast<void**>(&block))
-                               : AllocateHead(size, reinterpret_cast<void**>(&block));
+                               : AllocateUnwritten(size, reinterpret_cast<void**>(&block));
   if (Failed(hr)) return hr;
   if (head == nullptr) std::memcpy(block, record.data(), size);
   switch (PropType(value.ulPropTag)) {

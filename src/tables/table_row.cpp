@@ -25,6 +25,7 @@ HRESULT ReadColumns(const TableRow& row, const SPropTagArray& columns, SPropValu
   for (ULONG i = 0; i < columns.cValues; ++i) {
     ULONG tag = columns.aulPropTag[i];
     if (tag == PR_NULL) {
+      std::memset(&values[i], 0, sizeof values[i]);
       values[i].ulPropTag = PR_NULL;
     } else if (const PropRecord* record = row.Find(tag)) {
       if (HRESULT hr = ReadPropRecord(*record, values, values[i]); Failed(hr)) return hr;
@@ -109,7 +110,8 @@ HRESULT ProjectRow(const TableRow& row, const SPropTagArray* columns, SRow& proj
   if (columns != nullptr && columns->cValues == 0) return E_INVALIDARG;
   std::size_t count = columns != nullptr ? columns->cValues : row.count();
   ChainPtr<SPropValue> values;
-  if (HRESULT hr = AllocateInto(values, sizeof(SPropValue) * count); Failed(hr)) return hr;
+  auto block = reinterpret_cast<void**>(values.Put());
+  if (HRESULT hr = AllocateUnwritten(sizeof(SPropValue) * count, block); Failed(hr)) return hr;
   HRESULT status = columns != nullptr ? ReadColumns(row, *columns, values.Get()) : ReadAll(row, values.Get());
   if (Failed(status)) return status;
   projected.cValues = static_cast<ULONG>(count);

@@ -42,7 +42,7 @@ class TableRow {
   }
 
  private:
-  static constexpr std::size_t kPrefetched = 384;  // bytes: about what a row of five properties has
+  static constexpr std::size_t kPrefetched = 320;  // bytes: about what a row of five properties has
 
   struct Block {
     ULONG count;

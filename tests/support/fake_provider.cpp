@@ -39,7 +39,10 @@ bool FakeCalls::Refuses() {
 }
 
 std::string FakeId(char letter, std::string_view name) {
-  return std::string(4, '\0') + std::string(16, letter) + std::string(name);
+  std::string id(4, '\0');
+  id.append(16, letter);
+  id.append(name);
+  return id;
 }
 
 FakeProvider::FakeProvider(char its_letter, std::string_view root_name, std::shared_ptr<FakeCalls> its_calls)
