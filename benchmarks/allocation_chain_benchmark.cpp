@@ -1,5 +1,8 @@
-// A chain of n blocks, made and freed with its head, against as many zeroed allocations of the same sizes and frees.
+// A chain of n blocks, made and freed with its head, against as many zeroed allocations of the same sizes and frees,
+// and against talloc.
 #include "frame/allocation_chain.h"
+
+#include <talloc.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -46,7 +49,22 @@ void ChainFloor(benchmark::State& state) {
   }
 }
 
-const WithFloor chain("allocation chain, blocks", {4, 10, 1'000, 100'000}, &Chain, &ChainFloor);
+void ChainInTalloc(benchmark::State& state) {
+  const std::int64_t count = state.range(0);
+  for (auto _ : state) {
+    void* head = talloc_zero_size(nullptr, SizeOf(0));
+    if (head == nullptr) return state.SkipWithError("no memory");
+    for (std::int64_t i = 1; i < count; ++i) {
+      void* block = talloc_zero_size(head, SizeOf(i));
+      if (block == nullptr) return state.SkipWithError("no memory");
+      benchmark::DoNotOptimize(block);
+    }
+    talloc_free(head);
+  }
+}
+
+const WithFloor chain("allocation chain, blocks", {4, 10, 1'000, 100'000}, &Chain, &ChainFloor,
+                      {"talloc", &ChainInTalloc});
 
 }  // namespace
 }  // namespace uab

@@ -1,15 +1,21 @@
 // Reading the table of n profiles, loading and saving a profile of n services, each against the same registry calls
-// made by hand on the same keys.
+// made by hand on the same keys; and changing n services one by one, against files replaced by hand and against a SQLite
+// database on disk with a transaction for each.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstring>
 #include <set>
 #include <string>
 
+#include "benchmarks/sqlite.h"
 #include "benchmarks/with_floor.h"
 #include "keluab/tags.h"
 #include "platform/registry.h"
 #include "profiles/stored_services.h"
 #include "support/hive.h"
 #include "support/values.h"
+#include "tables/registry_persistence.h"
 
 namespace uab {
 namespace {
@@ -20,6 +26,16 @@ Text Number(std::int64_t number) {
   std::string digits = std::to_string(number);
   return Text(digits.begin(), digits.end());
 }
+
+// The identifier of the n-th service.
+class ServiceUid {
+ public:
+  explicit ServiceUid(std::int64_t number) { std::memcpy(bytes_, &number, sizeof number); }
+  SPropValue value() const { return BinaryValue(PR_SERVICE_UID, bytes_, 16); }
+
+ private:
+  BYTE bytes_[16] = {};
+};
 
 // One hive for all sizes; an application key for each.
 class Keys {
@@ -43,9 +59,8 @@ class Keys {
     ComPtr<MemTable> table;
     MemTable::Create(table);
     for (std::int64_t i = 0; i < count; ++i) {
-      BYTE uid[16] = {};
-      std::memcpy(uid, &i, sizeof i);
-      SPropValue values[10] = {BinaryValue(PR_SERVICE_UID, uid, 16)};
+      const ServiceUid uid(i);
+      SPropValue values[10] = {uid.value()};
       for (ULONG j = 1; j < 10; ++j) values[j] = TextValue(PropTag(PT_UNICODE, 0x6600 + j), UAB_TEXT("what a service keeps"));
       table->AddRow(SRow{0, 10, values}, table->row_count());
     }
@@ -137,9 +152,73 @@ void SaveFloor(benchmark::State& state) {
   }
 }
 
+// Each change has another value, so that it is written; a file on disk holds what one property of a service takes.
+Text ChangedValue(std::int64_t service, bool odd) { return (odd ? UAB_TEXT("odd ") : UAB_TEXT("even ")) + Number(service); }
+
+void ChangeOneByOne(benchmark::State& state) {
+  Text key = Keys::WithServices(state.range(0));
+  ComPtr<MemTable> table;
+  UniqueKey profile;
+  OpenProfileKey(key.c_str(), kProfile, ProfileKeyMode::kCreate, profile);
+  if (Failed(LoadServices(key.c_str(), kProfile, table))) return state.SkipWithError("no services");
+  for (bool odd = true; auto _ : state) {
+    for (std::int64_t i = 0; i < state.range(0); ++i) {
+      const Text text = ChangedValue(i, odd);
+      const SPropValue value = TextValue(PropTag(PT_UNICODE, 0x6601), text.c_str());
+      if (UpdateRowAndSave(*table, ServiceUid(i).value(), 1, &value, profile.Get()) != S_OK) {
+        return state.SkipWithError("not changed");
+      }
+    }
+    odd = !odd;
+  }
+}
+
+void ChangeOneByOneFloor(benchmark::State& state) {
+  TestHive folder;
+  const std::string fresh = folder.Folder() / "fresh";
+  const char data[120] = {};
+  for (auto _ : state) {
+    for (std::int64_t i = 0; i < state.range(0); ++i) {
+      int file = open(fresh.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+      bool written = write(file, data, sizeof data) == sizeof data && fdatasync(file) == 0;
+      close(file);
+      std::string place = folder.Folder() / ("value" + std::to_string(i));
+      if (!written || rename(fresh.c_str(), place.c_str()) != 0) return state.SkipWithError("not written");
+    }
+  }
+}
+
+void ChangeOneByOneInSqlite(benchmark::State& state) {
+  TestHive folder;
+  Database database((folder.Folder() / "profiles.db").c_str());
+  database.Run("CREATE TABLE props (service INTEGER, tag INTEGER, value BLOB, PRIMARY KEY (service, tag))");
+  database.Run("BEGIN");
+  Statement insert(database, "INSERT INTO props VALUES (?, ?, zeroblob(48))");
+  for (std::int64_t i = 0; i < 10 * state.range(0); ++i) {
+    sqlite3_bind_int64(insert.get(), 1, i / 10);
+    sqlite3_bind_int64(insert.get(), 2, i % 10);
+    insert.Step();
+    insert.Reset();
+  }
+  database.Run("COMMIT");
+  Statement update(database, "UPDATE props SET value = ? WHERE service = ? AND tag = 1");
+  for (bool odd = true; auto _ : state) {
+    for (std::int64_t i = 0; i < state.range(0); ++i) {
+      const Text text = ChangedValue(i, odd);
+      sqlite3_bind_blob(update.get(), 1, text.data(), static_cast<int>(2 * text.size()), SQLITE_STATIC);
+      sqlite3_bind_int64(update.get(), 2, i);
+      update.Step();  // commits
+      update.Reset();
+    }
+    odd = !odd;
+  }
+}
+
 const WithFloor profile_table("profile table, profiles", {10, 1'000, 10'000}, &ProfileTable, &ProfileTableFloor);
 const WithFloor load("load a profile, services", {10, 100, 1'000}, &Load, &LoadFloor);
 const WithFloor save("save a profile, services", {10, 100, 1'000}, &Save, &SaveFloor);
+const WithFloor change("services changed one by one", {10, 100, 1'000}, &ChangeOneByOne, &ChangeOneByOneFloor,
+                       {"SQLite", &ChangeOneByOneInSqlite});
 
 }  // namespace
 }  // namespace uab

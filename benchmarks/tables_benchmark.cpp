@@ -1,9 +1,11 @@
 // Reading rows one by one and as one page, and adding them: rows of five columns, two of them with data of their own.
+// Rows one by one also against a SQLite database in memory, into memory of the caller's.
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <vector>
 
+#include "benchmarks/sqlite.h"
 #include "benchmarks/with_floor.h"
 #include "keluab/tags.h"
 #include "tables/mem_table.h"
@@ -134,6 +136,52 @@ void ReadOnePageFloor(benchmark::State& state) {
   }
 }
 
+void FillDatabase(Database& database, std::int64_t rows) {
+  database.Run("PRAGMA encoding = 'UTF-16le'");
+  database.Run("CREATE TABLE entries (name TEXT, id BLOB, type INTEGER, flags INTEGER, depth INTEGER)");
+  database.Run("BEGIN");
+  Statement insert(database, "INSERT INTO entries VALUES (?, ?, ?, ?, ?)");
+  for (std::int64_t i = 0; i < rows; ++i) {
+    sqlite3_bind_text16(insert.get(), 1, kName, sizeof kName - sizeof *kName, SQLITE_STATIC);
+    sqlite3_bind_blob(insert.get(), 2, kId, sizeof kId, SQLITE_STATIC);
+    for (int column = 3; column <= 5; ++column) sqlite3_bind_int64(insert.get(), column, i);
+    insert.Step();
+    insert.Reset();
+  }
+  database.Run("COMMIT");
+}
+
+// The same blocks for the caller as CopyRow makes.
+CopiedRow ReadFrom(sqlite3_stmt* row) {
+  CopiedRow copy = {ZeroedBlock(5 * sizeof(SPropValue)), ZeroedBlock(sizeof kName), ZeroedBlock(sizeof kId)};
+  SPropValue values[5];
+  FillValues(values, sqlite3_column_int(row, 2));
+  values[3].Value.l = sqlite3_column_int(row, 3);
+  values[4].Value.l = sqlite3_column_int(row, 4);
+  std::memcpy(copy.values, values, sizeof values);
+  std::memcpy(copy.name, sqlite3_column_text16(row, 0), sizeof kName);
+  std::memcpy(copy.id, sqlite3_column_blob(row, 1), sizeof kId);
+  return copy;
+}
+
+void ReadOneByOneFromSqlite(benchmark::State& state) {
+  Database database(":memory:");
+  FillDatabase(database, state.range(0));
+  Statement select(database, "SELECT name, id, type, flags, depth FROM entries");
+  for (auto _ : state) {
+    std::int64_t read = 0;
+    for (; select.Step(); ++read) {
+      void* set = ZeroedBlock(RowSetSize(1));
+      CopiedRow copy = ReadFrom(select.get());
+      benchmark::DoNotOptimize(copy);
+      FreeRow(copy);
+      std::free(set);
+    }
+    select.Reset();
+    if (read != state.range(0)) return state.SkipWithError("rows are missing");
+  }
+}
+
 void AddAtTheEnd(benchmark::State& state) {
   for (auto _ : state) {
     ComPtr<MemTable> table = TableOf(state.range(0));
@@ -141,22 +189,23 @@ void AddAtTheEnd(benchmark::State& state) {
   }
 }
 
-// A row's records in as many blocks, made and freed.
+// A block of a row's size for each row, made and freed.
 void AddAtTheEndFloor(benchmark::State& state) {
-  constexpr std::size_t kSizes[5] = {88, 72, 48, 48, 48};
-  std::vector<void*> blocks(static_cast<std::size_t>(5 * state.range(0)));
+  constexpr std::size_t kRowSize = 304;
+  std::vector<void*> blocks(static_cast<std::size_t>(state.range(0)));
   for (auto _ : state) {
-    for (std::size_t i = 0; i < blocks.size(); ++i) {
-      blocks[i] = std::malloc(kSizes[i % 5]);
-      if (blocks[i] == nullptr) std::abort();
-      std::memset(blocks[i], 0, kSizes[i % 5]);
+    for (void*& block : blocks) {
+      block = std::malloc(kRowSize);
+      if (block == nullptr) std::abort();
+      std::memset(block, 0, kRowSize);
     }
     benchmark::DoNotOptimize(blocks.data());
     for (void* block : blocks) std::free(block);
   }
 }
 
-const WithFloor one_by_one("rows read one by one", {10'000, 100'000, 1'000'000}, &ReadOneByOne, &ReadOneByOneFloor);
+const WithFloor one_by_one("rows read one by one", {10'000, 100'000, 1'000'000}, &ReadOneByOne, &ReadOneByOneFloor,
+                           {"SQLite", &ReadOneByOneFromSqlite});
 const WithFloor one_page("rows read as one page", {1'000, 10'000, 100'000}, &ReadOnePage, &ReadOnePageFloor);
 const WithFloor at_the_end("rows added at the end", {1'000, 10'000, 100'000}, &AddAtTheEnd, &AddAtTheEndFloor);
 

@@ -1,9 +1,10 @@
 // A benchmark with its floor: a loop written by hand that makes the same allocations and copies the same bytes, and
-// nothing else. Both run over the same sizes in one process, so that their ratio means something on any machine.
+// nothing else; and, where people would use something else in the library's place, that for the same job. All run over
+// the same sizes in one process, so that their ratios mean something on any machine.
 //
-//   const WithFloor chain("chain", {10, 1000}, &Chain, &ChainFloor);
+//   const WithFloor chain("chain", {10, 1000}, &Chain, &ChainFloor, {"talloc", &ChainInTalloc});
 //
-// at namespace scope registers both; each takes its size from state.range(0). scripts/benchmark pairs them by name.
+// at namespace scope registers them; each takes its size from state.range(0). scripts/benchmark pairs them by name.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -16,13 +17,22 @@ namespace uab {
 
 struct WithFloor {
   using Function = void (*)(benchmark::State&);
-  WithFloor(const std::string& name, std::initializer_list<std::int64_t> sizes, Function subject, Function floor) {
-    auto* first = benchmark::RegisterBenchmark(name.c_str(), subject);
-    auto* second = benchmark::RegisterBenchmark((name + ":floor").c_str(), floor);
-    for (std::int64_t size : sizes) {
-      first->Arg(size);
-      second->Arg(size);
-    }
+  struct Alternative {
+    std::string name;
+    Function function;  // null: none
+  };
+
+  WithFloor(const std::string& name, std::initializer_list<std::int64_t> sizes, Function subject, Function floor,
+            const Alternative& alternative = {}) {
+    Register(name, sizes, subject);
+    Register(name + ":floor", sizes, floor);
+    if (alternative.function != nullptr) Register(name + ":" + alternative.name, sizes, alternative.function);
+  }
+
+ private:
+  static void Register(const std::string& name, std::initializer_list<std::int64_t> sizes, Function function) {
+    auto* made = benchmark::RegisterBenchmark(name.c_str(), function);
+    for (std::int64_t size : sizes) made->Arg(size);
   }
 };
 
