@@ -6,6 +6,7 @@
 
 #include "addrbook/addr_book.h"
 #include "addrbook/hierarchy.h"
+#include "benchmarks/bare_objects.h"
 #include "benchmarks/with_floor.h"
 #include "frame/allocation_chain.h"
 #include "keluab/tags.h"
@@ -34,9 +35,9 @@ Id IdFor(ULONG provider, ULONG number, ULONG entry) {
 }
 
 // Entries cost nothing; the top-level container has others below it, whose rows are made when read.
-struct Provider : RefusingAddrBook {
-  struct Container : RefusingABContainer {
-    struct Table : RefusingTable {
+struct Provider : BareAddrBook {
+  struct Container : BareContainer {
+    struct Table : BareTable {
       HRESULT UAB_CALL SetColumns(SPropTagArray*, ULONG) override { return S_OK; }
       HRESULT UAB_CALL SeekRow(BOOKMARK, LONG, LONG*) override {
         position = 0;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <vector>
 
+#include "benchmarks/bare_objects.h"
 #include "benchmarks/with_floor.h"
 #include "frame/allocation_chain.h"
 #include "keluab/tags.h"
@@ -24,9 +25,9 @@ struct Id {  // of an entry: flags, the provider's identifier, a number
 
 // A provider in memory: list 0 holds users only, or the lists 1 to 1,000, which share the users. Rows are made when
 // read.
-struct Provider : RefusingAddrBook {
-  struct List : RefusingContainer {
-    struct Table : RefusingTable {
+struct Provider : BareAddrBook {
+  struct List : BareContainer {
+    struct Table : BareTable {
       HRESULT UAB_CALL SetColumns(SPropTagArray*, ULONG) override { return S_OK; }
       HRESULT UAB_CALL SeekRow(BOOKMARK, LONG, LONG*) override {
         position = 0;

@@ -5,15 +5,14 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "benchmarks/shared_hive.h"
 #include "benchmarks/with_floor.h"
 #include "keluab/tags.h"
 #include "profiles/stored_services.h"
 #include "session/logon.h"
-#include "support/hive.h"
 #include "support/values.h"
 
 namespace uab {
@@ -21,10 +20,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const WCHAR* kAppKey = UAB_TEXT("Logon");
+constexpr const WCHAR* kProfile = UAB_TEXT("profile");
 constexpr std::int64_t kMost = 400;
 
-// A hive with a profile of as many services, and copies of the provider in a folder beside this program.
+// Profiles of as many services, one for each application key, and copies of the provider beside this program.
 class Stage {
  public:
   Stage() : folder_(fs::read_symlink("/proc/self/exe").parent_path() / kFolder) {
@@ -43,10 +42,10 @@ class Stage {
 
   fs::path Library(std::int64_t number) const { return folder_ / FileName(number); }
 
-  // The profile's name; it is made anew in an empty hive.
-  Text ProfileOf(std::int64_t services) {
-    hive_.reset();
-    hive_.emplace();
+  // The application key, such as "logon100".
+  static Text ProfileOf(std::int64_t services) {
+    const std::string digits = std::to_string(services);
+    const Text key = UAB_TEXT("logon") + Text(digits.begin(), digits.end());
     ComPtr<MemTable> table;
     MemTable::Create(table);
     for (std::int64_t i = 0; i < services; ++i) {
@@ -59,26 +58,33 @@ class Stage {
       values[3].Value.lpszA = entry;
       table->AddRow(SRow{0, 4, values}, table->row_count());
     }
-    return SaveNewProfile(kAppKey, UAB_TEXT("many"), *table) == S_OK ? UAB_TEXT("many") : Text();
+    SharedHive();
+    SaveNewProfile(key.c_str(), kProfile, *table);  // the second time there is one already
+    return key;
   }
 
-  fs::path Hive() const { return hive_->Folder(); }
+  // The folder in which the hive keeps that key.
+  static fs::path FolderOf(const Text& key) {
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(SharedHive().Folder())) {
+      if (entry.path().filename().u16string() == key) return entry.path();
+    }
+    return {};
+  }
 
  private:
   static constexpr const char* kFolder = "logon_benchmark";
   static std::string FileName(std::int64_t number) { return "provider" + std::to_string(number) + ".so"; }
 
   const fs::path folder_;
-  std::optional<TestHive> hive_;
 };
 
 void LogonAndOff(benchmark::State& state) {
-  Text profile = Stage::Instance().ProfileOf(state.range(0));
-  const LogonArguments arguments = {const_cast<WCHAR*>(kAppKey), nullptr, 0, 0};
+  Text key = Stage::Instance().ProfileOf(state.range(0));
+  const LogonArguments arguments = {key.data(), nullptr, 0, MAPI_UNICODE};
   for (auto _ : state) {
     ComPtr<IAddrBook> address_book;
     ComPtr<IUABSession> session;
-    if (Logon(arguments, profile.c_str(), address_book.Put(), session.Put()) != S_OK) {
+    if (Logon(arguments, kProfile, address_book.Put(), session.Put()) != S_OK) {
       return state.SkipWithError("no session");
     }
   }
@@ -86,10 +92,11 @@ void LogonAndOff(benchmark::State& state) {
 
 void LogonFloor(benchmark::State& state) {
   Stage& stage = Stage::Instance();
-  stage.ProfileOf(state.range(0));
+  const fs::path folder = Stage::FolderOf(stage.ProfileOf(state.range(0)));
+  if (folder.empty()) return state.SkipWithError("no profile");
   std::vector<void*> libraries(static_cast<std::size_t>(state.range(0)));
   for (auto _ : state) {
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(stage.Hive())) {
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
       if (!entry.is_regular_file()) continue;
       std::ifstream file(entry.path(), std::ios::binary);
       std::string content(std::istreambuf_iterator<char>(file), {});

@@ -5,15 +5,16 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <filesystem>
 #include <set>
 #include <string>
 
+#include "benchmarks/shared_hive.h"
 #include "benchmarks/sqlite.h"
 #include "benchmarks/with_floor.h"
 #include "keluab/tags.h"
 #include "platform/registry.h"
 #include "profiles/stored_services.h"
-#include "support/hive.h"
 #include "support/values.h"
 #include "tables/registry_persistence.h"
 
@@ -37,7 +38,7 @@ class ServiceUid {
   BYTE bytes_[16] = {};
 };
 
-// One hive for all sizes; an application key for each.
+// An application key for each size.
 class Keys {
  public:
   // An application key with as many profiles.
@@ -70,7 +71,7 @@ class Keys {
 
  private:
   static bool Make(const Text& key) {
-    static TestHive hive;
+    SharedHive();
     static std::set<Text> made;
     return made.insert(key).second;
   }
@@ -152,8 +153,11 @@ void SaveFloor(benchmark::State& state) {
   }
 }
 
-// Each change has another value, so that it is written; a file on disk holds what one property of a service takes.
-Text ChangedValue(std::int64_t service, bool odd) { return (odd ? UAB_TEXT("odd ") : UAB_TEXT("even ")) + Number(service); }
+// Another one each time: what is there already would not be written.
+Text FreshValue() {
+  static std::int64_t last = 0;
+  return UAB_TEXT("changed ") + Number(++last);
+}
 
 void ChangeOneByOne(benchmark::State& state) {
   Text key = Keys::WithServices(state.range(0));
@@ -161,36 +165,42 @@ void ChangeOneByOne(benchmark::State& state) {
   UniqueKey profile;
   OpenProfileKey(key.c_str(), kProfile, ProfileKeyMode::kCreate, profile);
   if (Failed(LoadServices(key.c_str(), kProfile, table))) return state.SkipWithError("no services");
-  for (bool odd = true; auto _ : state) {
+  for (auto _ : state) {
     for (std::int64_t i = 0; i < state.range(0); ++i) {
-      const Text text = ChangedValue(i, odd);
+      const Text text = FreshValue();
       const SPropValue value = TextValue(PropTag(PT_UNICODE, 0x6601), text.c_str());
       if (UpdateRowAndSave(*table, ServiceUid(i).value(), 1, &value, profile.Get()) != S_OK) {
         return state.SkipWithError("not changed");
       }
     }
-    odd = !odd;
   }
 }
 
+// An empty folder on the disk that the hive is on.
+std::filesystem::path FolderFor(benchmark::State& state) {
+  std::filesystem::path folder = SharedHive().Folder() / std::to_string(state.range(0));
+  std::filesystem::remove_all(folder);
+  std::filesystem::create_directory(folder);
+  return folder;
+}
+
 void ChangeOneByOneFloor(benchmark::State& state) {
-  TestHive folder;
-  const std::string fresh = folder.Folder() / "fresh";
+  const std::filesystem::path folder = FolderFor(state);
+  const std::string fresh = folder / "fresh";
   const char data[120] = {};
   for (auto _ : state) {
     for (std::int64_t i = 0; i < state.range(0); ++i) {
       int file = open(fresh.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
       bool written = write(file, data, sizeof data) == sizeof data && fdatasync(file) == 0;
       close(file);
-      std::string place = folder.Folder() / ("value" + std::to_string(i));
+      std::string place = folder / ("value" + std::to_string(i));
       if (!written || rename(fresh.c_str(), place.c_str()) != 0) return state.SkipWithError("not written");
     }
   }
 }
 
 void ChangeOneByOneInSqlite(benchmark::State& state) {
-  TestHive folder;
-  Database database((folder.Folder() / "profiles.db").c_str());
+  Database database((FolderFor(state) / "profiles.db").c_str());
   database.Run("CREATE TABLE props (service INTEGER, tag INTEGER, value BLOB, PRIMARY KEY (service, tag))");
   database.Run("BEGIN");
   Statement insert(database, "INSERT INTO props VALUES (?, ?, zeroblob(48))");
@@ -202,15 +212,14 @@ void ChangeOneByOneInSqlite(benchmark::State& state) {
   }
   database.Run("COMMIT");
   Statement update(database, "UPDATE props SET value = ? WHERE service = ? AND tag = 1");
-  for (bool odd = true; auto _ : state) {
+  for (auto _ : state) {
     for (std::int64_t i = 0; i < state.range(0); ++i) {
-      const Text text = ChangedValue(i, odd);
+      const Text text = FreshValue();
       sqlite3_bind_blob(update.get(), 1, text.data(), static_cast<int>(2 * text.size()), SQLITE_STATIC);
       sqlite3_bind_int64(update.get(), 2, i);
       update.Step();  // commits
       update.Reset();
     }
-    odd = !odd;
   }
 }
 

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "benchmarks/bare_objects.h"
 #include "benchmarks/with_floor.h"
-#include "support/refusing_objects.h"
 
 namespace uab {
 namespace {
@@ -21,7 +21,7 @@ MAPIUID Uid(std::uint64_t number) {
 }
 
 void FindOwner(benchmark::State& state) {
-  std::deque<RefusingAddrBook> providers;
+  std::deque<BareAddrBook> providers;
   ComPtr<ProviderList> list;
   if (ProviderList::Create(list) != S_OK) return state.SkipWithError("no memory");
   const auto count = static_cast<std::uint64_t>(state.range(0));
@@ -47,7 +47,7 @@ void FindOwner(benchmark::State& state) {
 }
 
 void FindOwnerFloor(benchmark::State& state) {
-  RefusingAddrBook provider;
+  BareAddrBook provider;
   std::deque<MAPIUID> uids;
   std::unordered_map<std::string_view, IAddrBook*> owners;
   const auto count = static_cast<std::uint64_t>(state.range(0));
