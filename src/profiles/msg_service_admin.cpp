@@ -164,19 +164,24 @@ HRESULT MsgServiceAdmin::SetServiceProps(const MAPIUID& uid, ULONG count, const 
   return UpdateService(app_key_, profile_name_, uid, count, values, *table_);
 }
 
+HRESULT MsgServiceAdmin::ReadService(const MAPIUID& uid, SRow& service) noexcept {
+  LockedScope scope(table_section_);
+  if (HRESULT hr = NeedServiceTable(); Failed(hr)) return hr;
+  const TableRow* row = table_->FirstMatch(UidValue(uid));
+  return row != nullptr ? ProjectRow(*row, nullptr, service) : MAPI_E_NOT_FOUND;
+}
+
 HRESULT MsgServiceAdmin::OpenProfileSection(MAPIUID* uid, const IID*, ULONG, IMAPIProp** section) noexcept {
   if (section == nullptr) return E_INVALIDARG;
   *section = nullptr;
   if (uid == nullptr) return E_INVALIDARG;
-  // Made, and on a failure released, outside the table's lock: its reference to this object takes the object's lock,
-  // which other calls hold when they come to the table's.
+  SRow service = {};
+  if (HRESULT hr = ReadService(*uid, service); Failed(hr)) return hr;
+  ChainPtr<SPropValue> values(service.lpProps);
+  // Made and filled outside the table's lock: that takes locks which other calls hold when they come to the table's.
   ComPtr<ProfileSection> made;
   if (HRESULT hr = ProfileSection::Create(*this, *uid, made); Failed(hr)) return hr;
-  LockedScope scope(table_section_);
-  if (HRESULT hr = NeedServiceTable(); Failed(hr)) return hr;
-  const TableRow* row = table_->FirstMatch(UidValue(*uid));
-  if (row == nullptr) return MAPI_E_NOT_FOUND;
-  if (HRESULT hr = made->Fill(*row); Failed(hr)) return hr;
+  if (HRESULT hr = made->Fill(service); Failed(hr)) return hr;
   *section = made.Detach();
   return S_OK;
 }

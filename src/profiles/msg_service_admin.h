@@ -43,6 +43,8 @@ class MsgServiceAdmin final : public ComObject<MsgServiceAdmin, IMsgServiceAdmin
   // Sees to it that there is a table, with the ten columns of a service.
   HRESULT NeedServiceTable() noexcept UAB_REQUIRES(table_section_);
   HRESULT LoadServiceTable() noexcept UAB_REQUIRES(table_section_);  // REQUIRES: the ProfileLock is held
+  // Stores a copy of the service's properties, a head block. MAPI_E_NOT_FOUND: no such service.
+  HRESULT ReadService(const MAPIUID& uid, SRow& service) noexcept;
   // Gives the row a new identifier, writes it, and lets the library of the service set itself up.
   HRESULT AddServiceInstance(SRow& row, ULONG_PTR ui, ULONG flags, WCHAR* creation_text) noexcept;
   HRESULT StoreNewService(SRow& row, MAPIUID& uid) noexcept;

@@ -20,15 +20,6 @@ HRESULT ProfileSection::Create(MsgServiceAdmin& admin, const MAPIUID& uid, ComPt
   return section ? S_OK : E_OUTOFMEMORY;
 }
 
-HRESULT ProfileSection::Fill(const TableRow& row) noexcept {
-  return at_boundary([&]() -> HRESULT {
-    SRow snapshot = {};
-    if (HRESULT hr = ProjectRow(row, nullptr, snapshot); Failed(hr)) return hr;
-    ChainPtr<SPropValue> values(snapshot.lpProps);
-    return props_.InitProps(snapshot.cValues, values.Get());
-  });
-}
-
 // The lock is held until all is written: of two savers one writes after the other, each its whole set.
 HRESULT ProfileSection::SaveChanges(ULONG) noexcept {
   LockedScope scope(props_.lock());

@@ -18,8 +18,8 @@ class ProfileSection final : public ComObject<ProfileSection, IProfSect, &IID_IM
   // Stores an empty section. It holds a reference to admin. E_OUTOFMEMORY.
   static HRESULT Create(MsgServiceAdmin& admin, const MAPIUID& uid, ComPtr<ProfileSection>& section) noexcept;
 
-  // Copies the row's properties. E_OUTOFMEMORY. REQUIRES: empty.
-  HRESULT Fill(const TableRow& row) noexcept;
+  // Copies a service's properties. E_OUTOFMEMORY. REQUIRES: empty.
+  HRESULT Fill(const SRow& service) noexcept { return props_.InitProps(service.cValues, service.lpProps); }
   ~ProfileSection();
 
   HRESULT UAB_CALL GetLastError(HRESULT, ULONG, MAPIERROR**) noexcept override { return MAPI_E_NO_SUPPORT; }

@@ -1,7 +1,9 @@
-// One session, its tables and its address book on several threads at once.
+// What any thread may call, on several threads at once: a session with its tables and its address book, profile and service
+// administration with their sections, a second session on the same profile, and each thread's own chains and logons.
 #include <thread>
 
 #include "session/staged_world.h"
+#include "support/fault_count.h"
 
 namespace uab {
 namespace {
@@ -97,6 +99,102 @@ TEST_F(SessionThreads, EightAtOnce) {
     });
   }
   for (std::thread& thread : threads) thread.join();
+}
+
+struct AdminThreads : SessionThreads {
+  void SetUp() override {
+    SessionThreads::SetUp();
+    ASSERT_EQ(Open(two, second, second_book.Put()), S_OK);
+    ASSERT_EQ(profiles->AdminServices(empty, MAPI_UNICODE, services.Put()), S_OK);
+    ASSERT_EQ(services->CreateMsgService(staged, staged, nullptr, 0, 0, MAPI_UNICODE), S_OK);
+    ComPtr<IMAPITable> table;
+    RowSetPtr rows;
+    ASSERT_EQ(services->GetMsgServiceTable(MAPI_UNICODE, table.Put()), S_OK);
+    ASSERT_EQ(table->QueryRows(1, 0, rows.Put()), S_OK);
+    const SPropValue* found = FindProp(rows->aRow[0].lpProps, rows->aRow[0].cValues, PR_SERVICE_UID);
+    std::copy_n(found->Value.bin.lpb, sizeof(uid), uid.ab);
+    ASSERT_EQ(services->OpenProfileSection(&uid, nullptr, MAPI_MODIFY, section.Put()), S_OK);
+  }
+  void TearDown() override {
+    section.Reset(), services.Reset(), second_book.Reset(), second.Reset();
+    SessionThreads::TearDown();
+  }
+
+  void UseProfiles(WCHAR number) {
+    WCHAR own[] = {'o', 'w', 'n', number, 0}, renamed[] = {'n', 'e', 'w', number, 0};
+    ComPtr<IMAPITable> table;
+    ComPtr<IMsgServiceAdmin> admin;
+    ComPtr<IUABSession> session_of_own;
+    EXPECT_EQ(profiles->CreateProfile(own, 0, MAPI_UNICODE), S_OK);
+    EXPECT_EQ(profiles->GetProfileTable(MAPI_UNICODE, table.Put()), S_OK);
+    EXPECT_EQ(profiles->SetDefaultProfile(own, MAPI_UNICODE), S_OK);
+    EXPECT_EQ(profiles->AdminServices(own, MAPI_UNICODE, admin.Put()), S_OK);
+    EXPECT_EQ(Open(own, session_of_own), S_OK);
+    EXPECT_EQ(profiles->RenameProfile(own, renamed, MAPI_UNICODE), S_OK);
+    EXPECT_EQ(profiles->DeleteProfile(renamed, MAPI_UNICODE), S_OK);
+  }
+  void UseServices(WCHAR number) {
+    WCHAR text[] = {'t', number, 0};
+    SPropValue value = TextValue(PR_COMMENT_W, text);
+    TagArray<1> tags = {1, {PR_COMMENT_W}};
+    ComPtr<IMAPITable> table;
+    ComPtr<IMAPIProp> own;
+    IMAPIProp* none = nullptr;
+    ULONG count = 0;
+    ChainPtr<SPropValue> values;
+    EXPECT_EQ(services->CreateMsgService(staged, staged, nullptr, 0, 0, MAPI_UNICODE), S_OK);
+    EXPECT_EQ(services->GetMsgServiceTable(MAPI_UNICODE, table.Put()), S_OK);
+    EXPECT_EQ(services->ConfigureMsgService(&uid, 0, MAPI_UNICODE, 1, &value, &none), S_OK);
+    EXPECT_EQ(services->OpenProfileSection(&uid, nullptr, MAPI_MODIFY, own.Put()), S_OK);
+    for (IMAPIProp* each : {own.Get(), section.Get()}) {
+      EXPECT_EQ(each->SetProps(1, &value, nullptr), S_OK);
+      EXPECT_EQ(each->GetProps(tags.address(), MAPI_UNICODE, &count, values.Put()), S_OK);
+      EXPECT_EQ(each->SaveChanges(0), S_OK);
+    }
+  }
+  void UseChains() {
+    void *head = nullptr, *linked = nullptr;
+    ASSERT_EQ(UABAllocateBuffer(100, &head), S_OK);
+    for (ULONG size = 1; size < 2000; size *= 2) EXPECT_EQ(UABAllocateMore(size, head, &linked), S_OK);
+    EXPECT_EQ(UABFreeBuffer(head), S_OK);
+  }
+
+  WCHAR staged[8] = {'S', 't', 'a', 'g', 'e', 'd', '0', 0};
+  ComPtr<IUABSession> second;
+  ComPtr<IAddrBook> second_book;
+  ComPtr<IMsgServiceAdmin> services;
+  ComPtr<IMAPIProp> section;
+  MAPIUID uid = {};
+};
+
+TEST_F(AdminThreads, AdministrationAndTwoSessionsAtOnce) {
+  const std::string id = world.providers[0].Id("people");
+  const int rounds = IsSoak() ? 40 : 3;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 6; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < rounds; ++i) {
+        UseProfiles(static_cast<WCHAR>('0' + t));
+        UseServices(static_cast<WCHAR>('0' + t));
+        UseChains();
+        UseSession(t);
+        for (IAddrBook* book : {address_book.Get(), second_book.Get()}) {
+          ULONG connection = 0;
+          RowSetPtr path;
+          EXPECT_EQ(book->Advise(SizeOf(id), EntryIn(id), 0, nullptr, &connection), S_OK);
+          EXPECT_EQ(book->Unadvise(connection), S_OK);
+          EXPECT_EQ(book->GetSearchPath(0, path.Put()), S_OK);
+          EXPECT_EQ(book->SetSearchPath(0, path.Get()), S_OK);
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  ComPtr<IMAPITable> table;
+  ULONG rows = 0;
+  ASSERT_EQ(services->GetMsgServiceTable(MAPI_UNICODE, table.Put()), S_OK);
+  EXPECT_EQ(table->GetRowCount(0, &rows), S_OK);
+  EXPECT_EQ(rows, 1u + 6u * static_cast<ULONG>(rounds));
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "support/failure_sweep.h"
 
-#include "support/fault_count.h"
 #include "support/system_call_failure.h"
 
 namespace uab {
@@ -30,7 +29,7 @@ bool FailureSweep::Next() {
   if (run_ != nullptr) {
     if (refused() && request_ < kMostRuns) {
       any_refused_ = true;
-      ++request_;
+      request_ += options_.stride;
     } else if (phase_ == Phase::kLasting || refused()) {
       EXPECT_FALSE(refused()) << "the operation does not come to an end";
       EXPECT_TRUE(any_refused_) << "the operation requests nothing: there is nothing to refuse";
@@ -61,7 +60,6 @@ void FailureSweep::Refuse() {
 }
 
 void FailureSweep::RefuseNoMore() {
-  if (refused()) CountFault(source_ == Source::kAllocations ? Fault::kAllocation : Fault::kSystemCall);
   run_->heap.reset();
   run_->calls.reset();
 }

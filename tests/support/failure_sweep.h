@@ -34,6 +34,8 @@ namespace uab {
 struct SweepOptions {
   // For objects whose final Release works with the system (saves settings, say): its requests are not counted then.
   bool release_may_allocate = false;
+  // Every so many-th request only.
+  std::uint32_t stride = 1;
 };
 
 class FailureSweep : NonCopyable {

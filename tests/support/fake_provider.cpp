@@ -5,6 +5,7 @@
 #include "frame/allocation_chain.h"
 #include "keluab/iids.h"
 #include "support/fake_objects.h"
+#include "support/fault_count.h"
 #include "support/values.h"
 #include "tables/table_row.h"
 
@@ -35,7 +36,9 @@ void FakeCalls::Log(std::string&& call) {
 
 bool FakeCalls::Refuses() {
   std::lock_guard lock(mutex_);
-  return countdown_->Refuses();
+  const bool refuses = countdown_->Refuses();
+  if (refuses) CountFault(Fault::kProviderCall);
+  return refuses;
 }
 
 std::string FakeId(char letter, std::string_view name) {

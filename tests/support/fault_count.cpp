@@ -1,5 +1,6 @@
 #include "support/fault_count.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 
@@ -7,7 +8,7 @@ namespace uab {
 namespace {
 
 constexpr const char* kKinds[] = {"allocations", "system calls", "provider calls", "kills"};
-unsigned long counts[4];
+std::atomic<unsigned long> counts[4];
 
 }  // namespace
 
@@ -17,7 +18,7 @@ void PrintFaults() {
   const char* before = "faults injected: ";
   for (int kind = 0; kind < 4; ++kind) {
     if (counts[kind] == 0) continue;
-    std::printf("%s%lu %s", before, counts[kind], kKinds[kind]);
+    std::printf("%s%lu %s", before, counts[kind].load(), kKinds[kind]);
     before = ", ";
   }
   if (before[0] == ',') std::printf("\n");

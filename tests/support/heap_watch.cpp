@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "frame/module.h"
+#include "support/fault_count.h"
 
 namespace uab {
 namespace {
@@ -200,7 +201,10 @@ std::string HeapWatch::Describe() const {
 
 HeapCountdownScope::HeapCountdownScope(Countdown& countdown) noexcept
     : before_(std::exchange(thread_state.countdown, &countdown)) {}
-HeapCountdownScope::~HeapCountdownScope() { thread_state.countdown = before_; }
+HeapCountdownScope::~HeapCountdownScope() {
+  if (thread_state.countdown->refused() != 0) CountFault(Fault::kAllocation);
+  thread_state.countdown = before_;
+}
 
 UnwatchedScope::UnwatchedScope() noexcept
     : watched_(std::exchange(thread_state.watched, false)),

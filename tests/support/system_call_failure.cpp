@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <type_traits>
 
+#include "support/fault_count.h"
+
 namespace uab {
 namespace {
 
@@ -66,6 +68,7 @@ SystemCallCountdownScope::SystemCallCountdownScope(Countdown& countdown) noexcep
 }
 
 SystemCallCountdownScope::~SystemCallCountdownScope() {
+  if (thread_countdown->refused() != 0) CountFault(Fault::kSystemCall);
   thread_countdown = nullptr;
   Sys() = before_;
 }
