@@ -1,0 +1,30 @@
+// HKEY_CURRENT_USER of one run, empty at its begin. Where the registry is a stand-in of files it is kept in memory
+// instead, behind Sys(): a run then makes no system call. New identifiers count up, so that a run can be repeated.
+#pragma once
+
+#include <memory>
+
+#include "platform/noncopyable.h"
+#include "platform/system_calls.h"
+
+namespace uab::fuzz {
+
+// In the place of CoCreateGuid.
+inline ULONG counted_guids = 0;
+inline HRESULT UAB_CALL CountedGuid(GUID* guid) {
+  *guid = {++counted_guids, 0, 0, {}};
+  return S_OK;
+}
+
+class Registry : NonCopyable {
+ public:
+  Registry();
+  ~Registry();
+
+ private:
+  struct State;
+  const SystemCalls before_ = Sys();
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace uab::fuzz

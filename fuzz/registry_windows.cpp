@@ -1,0 +1,17 @@
+#include "fuzz/registry.h"
+#include "support/hive.h"
+
+namespace uab::fuzz {
+
+struct Registry::State {
+  TestHive hive;
+};
+
+Registry::Registry() : state_(std::make_unique<State>()) {
+  counted_guids = 0;
+  Sys().co_create_guid = &CountedGuid;
+}
+
+Registry::~Registry() { Sys() = before_; }
+
+}  // namespace uab::fuzz
