@@ -47,7 +47,7 @@ LSTATUS OpenHive(bool create, std::shared_ptr<const Hive>* hive) {
   }
   if (!opened->folder) return static_cast<LSTATUS>(ErrorFromErrno(errno));
   if (create) {  // an empty key file is the root's from the start
-    UniqueFd key_file(openat(opened->folder.Get(), kKeyFile, O_RDONLY | O_CREAT | O_CLOEXEC, 0600));
+    UniqueFd key_file(openat(opened->folder.Get(), kKeyFile, O_RDONLY | O_CREAT | kKeyFileFlags, 0600));
     if (!key_file) return static_cast<LSTATUS>(ErrorFromErrno(errno));
   }
   *hive = std::move(opened);
@@ -56,7 +56,7 @@ LSTATUS OpenHive(bool create, std::shared_ptr<const Hive>* hive) {
 
 LSTATUS HiveLock::Acquire(const Hive& hive, Mode mode) noexcept {
   bool write = mode == Mode::kWrite;
-  *file_.Put() = openat(hive.folder.Get(), kKeyFile, (write ? O_RDWR : O_RDONLY) | O_CLOEXEC);
+  *file_.Put() = openat(hive.folder.Get(), kKeyFile, (write ? O_RDWR : O_RDONLY) | kKeyFileFlags);
   if (!file_) {
     // The root is only removed from outside, with all its keys.
     return errno == ENOENT ? ERROR_KEY_DELETED : static_cast<LSTATUS>(ErrorFromErrno(errno));

@@ -1,6 +1,8 @@
 // The hive: the folder that holds every key, and the lock that makes each change one step for all threads and processes.
 #pragma once
 
+#include <fcntl.h>
+
 #include <memory>
 
 #include "platform/noncopyable.h"
@@ -10,6 +12,8 @@ namespace uab {
 
 // Every key's folder holds this file; a folder without it is no key. The root's serves as the hive's lock.
 inline constexpr char kKeyFile[] = ".key";
+// Added to the flags that open one: a link or a pipe in its place is none, and keeps nobody waiting.
+inline constexpr int kKeyFileFlags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
 
 struct Hive : NonCopyable {
   UniqueFd folder;

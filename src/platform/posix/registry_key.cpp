@@ -71,9 +71,17 @@ void RemoveFolder(int parent, const char* name) {
   unlinkat(parent, name, AT_REMOVEDIR);
 }
 
+// A link among the keys is none: followed, it could make a key that lies inside itself.
+bool IsLink(int folder, const dirent& entry) {
+  if (entry.d_type != DT_UNKNOWN) return entry.d_type == DT_LNK;
+  struct stat info;
+  return fstatat(folder, entry.d_name, &info, AT_SYMLINK_NOFOLLOW) != 0 || S_ISLNK(info.st_mode);
+}
+
 // The name of the key or value that a folder's entry holds; false when it is none.
-bool ReadEntryName(int folder, const char* file_name, Key::Entry kind, std::u16string* name) {
-  if (file_name[0] == '.') return false;
+bool ReadEntryName(int folder, const dirent& entry, Key::Entry kind, std::u16string* name) {
+  const char* file_name = entry.d_name;
+  if (file_name[0] == '.' || IsLink(folder, entry)) return false;
   if (IsValueFileName(file_name) != (kind == Key::Entry::kValue)) return false;
   if (kind == Key::Entry::kValue) {
     ValueReader value;
@@ -81,15 +89,16 @@ bool ReadEntryName(int folder, const char* file_name, Key::Entry kind, std::u16s
     *name = value.Name();
     return ValueFileName(*name) == file_name;
   }
-  UniqueFd file(openat(folder, (std::string(file_name) + "/" + kKeyFile).c_str(), O_RDONLY | O_CLOEXEC));
-  return file && ReadKeyFile(file.Get(), name) && KeyFolderName(*name) == file_name;
+  UniqueFd file(openat(folder, (std::string(file_name) + "/" + kKeyFile).c_str(), O_RDONLY | kKeyFileFlags));
+  // A key without a name would be its own parent, for whoever opens it by its name.
+  return file && ReadKeyFile(file.Get(), name) && !name->empty() && KeyFolderName(*name) == file_name;
 }
 
 bool HasSubkeys(int folder) {
   FolderWalk walk = WalkFolder(folder);
   std::u16string name;
   while (const dirent* entry = walk ? readdir(walk.get()) : nullptr) {
-    if (ReadEntryName(folder, entry->d_name, Key::Entry::kSubkey, &name)) return true;
+    if (ReadEntryName(folder, *entry, Key::Entry::kSubkey, &name)) return true;
   }
   return walk == nullptr;  // what can't be read might have some
 }
@@ -99,9 +108,9 @@ bool HasSubkeys(int folder) {
 LSTATUS Key::OpenAt(const std::shared_ptr<const Hive>& hive, int folder, const char* path, REGSAM access,
                     std::unique_ptr<Key>* key) {
   auto opened = std::make_unique<Key>();
-  *opened->folder_.Put() = openat(folder, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  *opened->folder_.Put() = openat(folder, path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
   if (!opened->folder_) return FromErrno();
-  *opened->file_.Put() = openat(opened->folder_.Get(), kKeyFile, O_RDONLY | O_CLOEXEC);
+  *opened->file_.Put() = openat(opened->folder_.Get(), kKeyFile, O_RDONLY | kKeyFileFlags);
   if (!opened->file_) return FromErrno();
   if (!ReadKeyFile(opened->file_.Get(), &opened->name_)) return ERROR_FILE_NOT_FOUND;
   opened->hive_ = hive;
@@ -239,7 +248,7 @@ std::uint64_t Key::Changes() const noexcept {
 // Before the change, not after it: a process killed in between then costs a listing, not the truth of one.
 // REQUIRES: the hive's lock.
 LSTATUS Key::CountChange() const noexcept {
-  UniqueFd file(openat(folder_.Get(), kKeyFile, O_WRONLY | O_CLOEXEC));
+  UniqueFd file(openat(folder_.Get(), kKeyFile, O_WRONLY | kKeyFileFlags));
   if (!file) return FromErrno();
   std::uint64_t changes = Changes() + 1;
   return WriteAll(file.Get(), &changes, sizeof changes) ? ERROR_SUCCESS : FromErrno();
@@ -274,7 +283,7 @@ LSTATUS Key::MakeListing(Entry kind, Listing* listing) const {
   if (!walk) return FromErrno();
   std::u16string name;
   while (const dirent* entry = readdir(walk.get())) {
-    if (ReadEntryName(folder_.Get(), entry->d_name, kind, &name)) listing->names.push_back(name);
+    if (ReadEntryName(folder_.Get(), *entry, kind, &name)) listing->names.push_back(name);
   }
   std::sort(listing->names.begin(), listing->names.end(), NameLess);
   listing->valid = true;
