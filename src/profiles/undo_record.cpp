@@ -1,8 +1,10 @@
 #include "profiles/undo_record.h"
 
+#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <span>
+#include <string_view>
 #include <vector>
 
 #include "platform/at_boundary.h"
@@ -124,13 +126,24 @@ HRESULT RemoveKey(HKEY root, const WCHAR* path) {
   return DeleteWholeKey(root, path);
 }
 
+// Whether a record can hold it: names of keys, each as long as those that are read, between backslashes.
+bool IsKeyPath(std::basic_string_view<WCHAR> path) noexcept {
+  for (;;) {
+    const std::size_t end = std::min(path.find(UAB_TEXT('\\')), path.size());
+    if (end == 0 || end >= kKeyNameCapacity) return false;
+    if (end == path.size()) return true;
+    path.remove_prefix(end + 1);
+  }
+}
+
 // E_INVALIDARG: the rest is no list of values; those before are set.
 HRESULT SetRecordedValues(HKEY key, RecordReader& reader) {
   while (!reader.at_end()) {
     std::optional<Text> subkey_name = reader.TakeText(), name = reader.TakeText();
     std::optional<ULONG> type = reader.TakeNumber(), size = reader.TakeNumber();
     auto data = size ? reader.Take(*size) : std::nullopt;
-    if (!subkey_name || !name || !type || !data) return E_INVALIDARG;
+    if (!subkey_name || !name || !type || !data || name->size() >= kKeyNameCapacity) return E_INVALIDARG;
+    if (!subkey_name->empty() && !IsKeyPath(*subkey_name)) return E_INVALIDARG;
     UniqueKey subkey;
     if (!subkey_name->empty()) {
       if (HRESULT hr = CreateKey(key, subkey_name->c_str(), &subkey, nullptr); Failed(hr)) return hr;
@@ -145,7 +158,7 @@ HRESULT Apply(HKEY root, std::span<const BYTE> record) {
   RecordReader reader(record);
   std::optional<Text> path = reader.TakeText();
   std::optional<ULONG> remedy = reader.TakeNumber();
-  if (!path || path->empty() || !remedy || *remedy > static_cast<ULONG>(Remedy::kTree)) return E_INVALIDARG;
+  if (!path || !IsKeyPath(*path) || !remedy || *remedy > static_cast<ULONG>(Remedy::kTree)) return E_INVALIDARG;
   if (*remedy == static_cast<ULONG>(Remedy::kRemove)) return RemoveKey(root, path->c_str());
   UniqueKey key;
   if (HRESULT hr = CreateKey(root, path->c_str(), &key, nullptr); Failed(hr)) return hr;
