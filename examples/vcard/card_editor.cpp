@@ -25,7 +25,19 @@ std::string Escape(std::string_view text) {
   return out;
 }
 
-// Version 2.1 has no escapes and no character set of its own but the printable ones.
+// Version 2.1 has no escapes, but everybody resolves them: a backslash is doubled where it would be taken for one.
+std::string EscapeBackslashes(std::string_view text) {
+  std::string out;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    out += text[i];
+    if (text[i] == '\\' && i + 1 < text.size() &&
+        std::string_view("nN,;:\\").find(text[i + 1]) != std::string_view::npos)
+      out += '\\';
+  }
+  return out;
+}
+
+// Version 2.1 has no character set of its own but the printable ones.
 // column is where the value begins in its line.
 std::string QuotedPrintable(std::string_view text, CardStyle style, std::size_t column) {
   constexpr char kDigits[] = "0123456789ABCDEF";
@@ -61,12 +73,14 @@ std::string Fold(std::string_view line, CardStyle style) {
 
 // head is name and parameters; structured values come with their separators, and are escaped by the caller.
 std::string MakeLine(std::string_view head, std::string_view value, CardStyle style, bool escaped = false) {
-  const bool plain = std::all_of(value.begin(), value.end(), [](char c) { return c >= 32 && c < 127; });
+  const std::string text = escaped               ? std::string(value)
+                           : style.version == 21 ? EscapeBackslashes(value)
+                                                 : Escape(value);
+  const bool plain = std::all_of(text.begin(), text.end(), [](char c) { return c >= 32 && c < 127; });
   if (style.version == 21 && !plain) {
     const std::string start = std::string(head) + ";CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:";
-    return start + QuotedPrintable(value, style, start.size()) + std::string(Ending(style));
+    return start + QuotedPrintable(text, style, start.size()) + std::string(Ending(style));
   }
-  const std::string text = escaped || style.version == 21 ? std::string(value) : Escape(value);
   return Fold(std::string(head) + ":" + text, style);
 }
 
@@ -82,15 +96,27 @@ std::string KeptHead(const CardLine& line) {
     if (key.empty() && EqualNoCase(value, "QUOTED-PRINTABLE")) return;
     head.append(";").append(key).append(key.empty() ? "" : "=").append(value);
   });
+  // A quote that nobody closed would reach into the new text.
+  if (std::count(head.begin(), head.end(), '"') % 2 != 0) head += '"';
   return head;
 }
 
-// Where a line is added: in front of the last END:VCARD.
-std::size_t EndLine(const std::string& card) {
-  for (std::size_t pos = card.size(); pos >= 9; --pos) {
-    if (EqualNoCase(std::string_view(card).substr(pos - 9, 9), "END:VCARD")) return pos - 9;
+// Where a line is added: in front of the last END:VCARD, and of a line before it that ends with a soft line break,
+// which would swallow what comes behind.
+std::size_t EndLine(std::string_view card) {
+  std::size_t end = card.size();
+  for (std::size_t pos = card.size(); pos >= 9 && end == card.size(); --pos) {
+    if (EqualNoCase(card.substr(pos - 9, 9), "END:VCARD")) end = pos - 9;
   }
-  return card.size();
+  while (end > 0 && card[end - 1] != '\n') --end;
+  const std::string_view before = card.substr(0, end);
+  if (!before.substr(0, before.find_last_not_of("\r\n") + 1).ends_with('=')) return end;
+  std::size_t last = 0;
+  LineReader reader(before);
+  for (CardLine line; reader.Next(line);) last = static_cast<std::size_t>(line.raw.data() - card.data());
+  const std::string probe = std::string(before.substr(last)) + "X:";
+  CardLine swallowing;
+  return LineReader(probe).Next(swallowing) && swallowing.raw.size() == probe.size() ? last : end;
 }
 
 // Replaces the first line of that name, by nothing for an empty one; without such a line, adds it at the end.
@@ -199,11 +225,10 @@ bool AdoptText(std::string& card, std::string_view text) {
   ForEachCard(text, [&](std::size_t, std::size_t card_size) { ++cards, size = card_size; });
   if (cards != 1 || size != text.size() || Identify(text).group != Identify(card).group) return false;
   const CardStyle style = StyleOf(text);
-  std::string uid;
+  const std::string uid = Identify(card).uid;  // of several the one by which the card is known
   std::vector<std::string> members;
   LineReader reader(card);
   for (CardLine line; reader.Next(line);) {
-    if (EqualNoCase(line.name, "UID")) uid = Unescape(DecodeValue(line));
     if (IsMemberLine(line.name)) members.push_back(Unescape(DecodeValue(line)));
   }
   std::string adopted(text);
