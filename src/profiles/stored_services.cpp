@@ -34,8 +34,7 @@ bool HasServiceKey(const WCHAR* app_key, const WCHAR* profile_name, const MAPIUI
   ServiceKeyName name;
   UniqueKey profile, service;
   return Succeeded(OpenProfileKey(app_key, profile_name, ProfileKeyMode::kOpen, profile)) &&
-         Succeeded(FormatServiceKeyName(uid.ab, name)) &&
-         Succeeded(OpenKey(profile.Get(), name, KEY_READ, &service));
+         Succeeded(FormatServiceKeyName(uid.ab, name)) && Succeeded(OpenKey(profile.Get(), name, KEY_READ, &service));
 }
 
 HRESULT LoadServices(const WCHAR* app_key, const WCHAR* profile_name, ComPtr<MemTable>& table) noexcept {
@@ -110,9 +109,8 @@ HRESULT UpdateService(const WCHAR* app_key, const WCHAR* profile_name, const MAP
   return at_boundary([&]() -> HRESULT {
     UniqueKey key;
     if (HRESULT hr = OpenProfileKey(app_key, profile_name, ProfileKeyMode::kCreate, key); Failed(hr)) return hr;
-    return ChangeOrUndo(app_key, ServicePath(profile_name, uid), Remedy::kValues, [&] {
-      return UpdateRowAndSave(table, UidValue(uid), count, values, key.Get());
-    });
+    return ChangeOrUndo(app_key, ServicePath(profile_name, uid), Remedy::kValues,
+                        [&] { return UpdateRowAndSave(table, UidValue(uid), count, values, key.Get()); });
   });
 }
 

@@ -98,6 +98,9 @@ typedef struct {
   int opened, released;    /* provider objects */
   int services;            /* calls of the service entry */
   int calls[40];           /* by slot number, of the provider object */
+  int entry_calls[24];     /* of its containers, lists and users */
+  int table_calls[27];     /* of their tables */
+  int live;                /* of all these */
   uint32_t flags;          /* that the provider was opened with */
   any caller_param;
   uint64_t provider_connection;

@@ -21,6 +21,8 @@ static int32_t (*open_session)(unit*, void*, any, unit*, uint32_t, void*, void*,
 static int32_t (*admin_profiles)(unit*, void*, uint32_t, void**, any);
 static int32_t (*free_buffer)(void*);
 static void (*free_rows)(row_set*);
+static int32_t (*allocate)(uint32_t, void**);
+static void (*free_addresses)(void*);
 
 /* Slots 1 to 3, and that nothing but these identifiers is answered. */
 static void look_at_unknown(void* object, const guid* const* iids) {
@@ -200,10 +202,45 @@ static void look_at_book(void* book) {
   EXPECT(SLOT(book, 27, 0, 0) == FAIL && SLOT(book, 27, 20, P(id)) == OK);
   EXPECT(SLOT(book, 28, P(&size), P(&entry)) == OK && size == 20 && free_buffer(entry) == OK);
   EXPECT(SLOT(book, 29, 0, 0) == FAIL && SLOT(book, 29, 20, P(id)) == OK);
-  EXPECT(SLOT(book, 30, 0, P(&path)) == OK && path->count == 1);
+  EXPECT(SLOT(book, 30, 0, P(&path)) == OK && path->count == 2);
   EXPECT(SLOT(book, 31, 0, P(path)) == OK);
   free_rows(path);
   EXPECT(SLOT(book, 32, 1, 0, P(&list)) == INVALIDARG && SLOT(book, 32, 0, 0, P(&list)) == OK && record.calls[32] == 1);
+}
+
+/* What the library calls of a provider's containers, lists, users and tables. */
+static void look_at_foreign_objects(void* session, void* book) {
+  uint8_t id[21] = {0, 0, 0, 0, 'o', 't', 'h', 'e', 'r', ' ', 'c', 'o', 'm', 'p', 'i', 'l', 'e', 'r', 0, 1, 'L'};
+  struct {
+    uint32_t count, pad;
+    row entries[1];
+  }* list = NULL;
+  struct {
+    uint32_t size, pad;
+    uint8_t* bytes;
+  } deleted = {21, 0, id};
+  struct {
+    uint32_t count, pad;
+    void* entries;
+  } entries = {1, 0, &deleted};
+  value* values = NULL;
+  void *root = NULL, *table = NULL;
+  uint32_t type = 0, rows = 0;
+  EXPECT(allocate(24, (void**)&list) == OK && allocate(3 * sizeof(value), (void**)&values) == OK);
+  values[0] = (value){0x0FFE0003u, 0, {.ul = 8}};
+  values[1] = (value){0x0C150003u, 0, {.ul = 1}};
+  values[2] = (value){0x0FFF0102u, 0, {.bin = {21, 0, id}}};
+  list->count = 1, list->entries[0] = (row){0, 3, values};
+  EXPECT(SLOT(session, 11, 0, P(&list)) == OK && list->count == 1); /* the list's user, once */
+  free_addresses(list);
+  EXPECT(SLOT(book, 15, 0, 0, 0, 0, P(&type), P(&root)) == OK);
+  EXPECT(SLOT(root, 16, 0x80000001u, P(&table)) == OK && SLOT(table, 10, 0, P(&rows)) == OK && rows == 2);
+  EXPECT(SLOT(root, 22, P(&entries), 0) == OK);
+  SLOT(table, 3, 0);
+  SLOT(root, 3, 0);
+  static const int called[] = {5, 6, 7, 8, 9, 15, 16, 17, 20, 21, 22};
+  for (int i = 0; i < 11; ++i) EXPECT(record.entry_calls[called[i]] > 0);
+  EXPECT(record.table_calls[8] > 0 && record.table_calls[11] > 0 && record.table_calls[20] > 0 && record.live == 0);
 }
 
 static void look_at_session(void* session, void* book) {
@@ -236,7 +273,8 @@ static void* load_library(const char* path) {
   *(void**)&admin_profiles = symbol(library, "UABAdminProfiles");
   *(void**)&free_buffer = symbol(library, "UABFreeBuffer");
   *(void**)&free_rows = symbol(library, "UABFreeProws");
-
+  *(void**)&allocate = symbol(library, "UABAllocateBuffer");
+  *(void**)&free_addresses = symbol(library, "UABFreePadrlist");
   return library;
 }
 
@@ -273,6 +311,7 @@ int main(int argc, char** argv) {
   EXPECT(record.opened == 1 && record.caller_param == 42 && record.flags == 0x80000000u);
   look_at_session(session, book);
   look_at_book(book);
+  look_at_foreign_objects(session, book);
   SLOT(session, 3, 0);
   EXPECT(record.released == 1);
   uint32_t type;

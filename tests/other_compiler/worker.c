@@ -1,6 +1,7 @@
-/* Processes that work on one profile at once: each adds and removes services of its own, copies, makes and deletes profiles
- * and sets the default. Every call has to succeed, and nothing may be lost or half there. Arguments: the library's path, then
- * "prepare", "work" and a number from 0, or "check" and the count of workers. The hive is there for all of them. */
+/* Processes that work on one profile at once: each adds and removes services of its own, copies, makes and deletes
+ * profiles and sets the default. Every call has to succeed, and nothing may be lost or half there. Arguments: the
+ * library's path, then "prepare", "work" and a number from 0, or "check" and the count of workers. The hive is there
+ * for all of them. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -18,7 +19,9 @@ static int32_t (*admin_profiles)(unit*, void*, uint32_t, void**, any);
 static void (*free_rows)(row_set*);
 
 /* A service's mark: its worker and the round it was made in, among the flags that the library leaves alone. */
-static uint32_t mark(int worker, int round) { return 0x01000000u * (uint32_t)(worker + 1) + 0x00100000u + (uint32_t)round * 8; }
+static uint32_t mark(int worker, int round) {
+  return 0x01000000u * (uint32_t)(worker + 1) + 0x00100000u + (uint32_t)round * 8;
+}
 
 /* Counts a profile's services, each of which has to be whole; stores the identifier of the one that has the mark. */
 static int look_at_services(void* admin, unit* profile, uint32_t wanted, uint8_t uid[16]) {

@@ -202,7 +202,8 @@ TEST_F(KilledProcess, LeavesEachProfileWholeAndTheNextOneGoesOn) {
       EXPECT_EQ(Run([](IProfAdmin& admin) {
                   ComPtr<IMAPITable> table;
                   return admin.GetProfileTable(MAPI_UNICODE, table.Put());
-                }), S_OK);
+                }),
+                S_OK);
       const std::string found = Picture();
       ASSERT_TRUE(std::find(whole.begin(), whole.end(), found) != whole.end()) << found << "\nbefore:\n" << before_;
       if (end == ChildEnd::kDone) {
@@ -214,7 +215,8 @@ TEST_F(KilledProcess, LeavesEachProfileWholeAndTheNextOneGoesOn) {
         ASSERT_EQ(RunWithUser(operation), S_OK);
         ASSERT_EQ(Picture(), after);
       } else {
-        ASSERT_EQ(Run([](IProfAdmin& admin) { return admin.CopyProfile(kC, Mutable(UAB_TEXT("d")), MAPI_UNICODE); }), S_OK);
+        ASSERT_EQ(Run([](IProfAdmin& admin) { return admin.CopyProfile(kC, Mutable(UAB_TEXT("d")), MAPI_UNICODE); }),
+                  S_OK);
       }
     }
     EXPECT_TRUE(!IsSoak() || seen.size() > 1) << "killed too early or too late to see anything";

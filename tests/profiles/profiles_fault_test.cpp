@@ -116,7 +116,8 @@ TEST_F(ProfilesFault, OutOfMemoryIsAllOrNothing) {
   }
 }
 
-// One call fails, and what was begun is undone with those after it; or all do from one on, and the next who comes undoes it.
+// One call fails, and what was begun is undone with those after it; or all do from one on, and the next who comes undoes
+// it.
 TEST_F(ProfilesFault, AFailedCallIsAllOrNothing) {
   for (const Case& test : kCases) {
     SCOPED_TRACE(test.name);

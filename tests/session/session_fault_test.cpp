@@ -92,8 +92,8 @@ struct WholeSession : LogonTest {
     people.member_ids.clear();
     world.providers[1].DropNewEntries();
   }
-  // Besides what has the kind of failure itself for its result: E_FAIL where the registry or the table of services can't be
-  // read, MAPI_E_NOT_FOUND where a library or the identifier of what is copied can't be had.
+  // Besides the results of the fault's own kind: E_FAIL where the registry or the table of services can't be read,
+  // MAPI_E_NOT_FOUND where a library or the identifier of what is copied can't be had.
   void Check(HRESULT hr, std::initializer_list<HRESULT> specified) {
     EXPECT_TRUE(Succeeded(hr) || hr == E_FAIL || hr == MAPI_E_NOT_FOUND ||
                 std::count(specified.begin(), specified.end(), hr) != 0)

@@ -1,5 +1,5 @@
-// What any thread may call, on several threads at once: a session with its tables and its address book, profile and service
-// administration with their sections, a second session on the same profile, and each thread's own chains and logons.
+// What any thread may call, on several threads at once: a session with its tables and its address book, profile and
+// service administration with their sections, a second session on the same profile, each thread's own chains and logons.
 #include <thread>
 
 #include "session/staged_world.h"

@@ -56,7 +56,8 @@ ChildEnd RunKilledAt(std::uint32_t call, const std::function<void()>& body) {
     const int signal = at_call || WSTOPSIG(status) == SIGSTOP ? 0 : WSTOPSIG(status);
     ptrace(PTRACE_CONT, child, nullptr, static_cast<std::intptr_t>(signal));
   }
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) throw std::runtime_error("a child ended with " + std::to_string(status));
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
+    throw std::runtime_error("a child ended with " + std::to_string(status));
   return ChildEnd::kDone;
 }
 

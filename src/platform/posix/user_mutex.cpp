@@ -15,7 +15,9 @@ constexpr int kLongestWait = 10'000;  // in milliseconds
 constexpr timespec kBetweenTries = {0, 1'000'000};
 
 // A descriptor as a handle: one more than its number, so that none is null.
-UserMutexHandle ToHandle(int fd) noexcept { return reinterpret_cast<UserMutexHandle>(static_cast<std::intptr_t>(fd) + 1); }
+UserMutexHandle ToHandle(int fd) noexcept {
+  return reinterpret_cast<UserMutexHandle>(static_cast<std::intptr_t>(fd) + 1);
+}
 int ToFd(UserMutexHandle mutex) noexcept { return static_cast<int>(reinterpret_cast<std::intptr_t>(mutex) - 1); }
 
 bool Lock(int fd) noexcept {
