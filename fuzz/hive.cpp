@@ -26,7 +26,11 @@ std::string HivePath() {
   return (place.Folder() / "config/keluab/registry").string();
 }
 
-Text DrawName(Input& input) { return input.OneIn(8) ? input.Words(70) : kNames[input.Below(std::size(kNames))]; }
+Text DrawName(Input& input) {
+  Text name = input.OneIn(8) ? input.Words(70) : kNames[input.Below(std::size(kNames))];
+  if (input.OneIn(32)) name.push_back(0);
+  return name;
+}
 
 std::string AsBytes(const void* data, std::size_t size) { return {static_cast<const char*>(data), size}; }
 
@@ -128,7 +132,7 @@ bool Contains(const std::vector<Text>& names, const Text& name) {
 }
 
 // A name as the calls take it: it ends at a NUL, and has no backslash.
-bool IsPlain(const Text& name) { return !name.empty() && name.find(UAB_TEXT('\\')) == Text::npos; }
+bool IsPlain(const Text& name) { return !name.empty() && name.find(UAB_TEXT('\\')) == Text::npos && name.back() != 0; }
 
 void Change(Input& input, HKEY key) {
   const Text name = DrawName(input);

@@ -78,6 +78,12 @@ bool IsLink(int folder, const dirent& entry) {
   return fstatat(folder, entry.d_name, &info, AT_SYMLINK_NOFOLLOW) != 0 || S_ISLNK(info.st_mode);
 }
 
+// Whether a key can be opened by this name, and not another one: a key without a name would be its own parent.
+bool IsKeyName(std::u16string_view name) {
+  constexpr std::u16string_view kNoPart(u"\\\0", 2);
+  return !name.empty() && name.find_first_of(kNoPart) == std::u16string_view::npos;
+}
+
 // The name of the key or value that a folder's entry holds; false when it is none.
 bool ReadEntryName(int folder, const dirent& entry, Key::Entry kind, std::u16string* name) {
   const char* file_name = entry.d_name;
@@ -87,11 +93,10 @@ bool ReadEntryName(int folder, const dirent& entry, Key::Entry kind, std::u16str
     ValueReader value;
     if (value.OpenFile(folder, file_name) != ERROR_SUCCESS) return false;
     *name = value.Name();
-    return ValueFileName(*name) == file_name;
+    return name->find(u'\0') == std::u16string::npos && ValueFileName(*name) == file_name;
   }
   UniqueFd file(openat(folder, (std::string(file_name) + "/" + kKeyFile).c_str(), O_RDONLY | kKeyFileFlags));
-  // A key without a name would be its own parent, for whoever opens it by its name.
-  return file && ReadKeyFile(file.Get(), name) && !name->empty() && KeyFolderName(*name) == file_name;
+  return file && ReadKeyFile(file.Get(), name) && IsKeyName(*name) && KeyFolderName(*name) == file_name;
 }
 
 bool HasSubkeys(int folder) {
