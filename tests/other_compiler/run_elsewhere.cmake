@@ -50,3 +50,4 @@ endif()
 file(GLOB host "${folder}/other_host" "${folder}/other_host.exe")
 execute_process(COMMAND ${CMAKE_COMMAND} -E env LC_ALL=${LOCALE} ${EMULATOR} "${host}" "${library}"
   WORKING_DIRECTORY "${folder}" COMMAND_ERROR_IS_FATAL ANY)
+file(REMOVE_RECURSE "${FOLDER} é")

@@ -6,3 +6,4 @@ execute_process(COMMAND ${command} prepare WORKING_DIRECTORY ${FOLDER} COMMAND_E
 execute_process(COMMAND ${command} work 0 COMMAND ${command} work 1 COMMAND ${command} work 2
   WORKING_DIRECTORY ${FOLDER} COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND ${command} check 3 WORKING_DIRECTORY ${FOLDER} COMMAND_ERROR_IS_FATAL ANY)
+file(REMOVE_RECURSE ${FOLDER}/workers)

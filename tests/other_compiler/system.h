@@ -15,11 +15,16 @@ static inline int use_fresh_hive(void) {
   return RegOverridePredefKey(HKEY_CURRENT_USER, key) == 0 && RegCloseKey(key) == 0;
 }
 /* One for several processes. */
+static const wchar_t kSharedHive[] = L"Software\\KELUAB workers test";
+
+static inline void remove_shared_hive(void) {
+  RegOverridePredefKey(HKEY_CURRENT_USER, NULL);
+  RegDeleteTreeW(HKEY_CURRENT_USER, kSharedHive);
+}
 static inline int use_shared_hive(int fresh) {
-  static const wchar_t name[] = L"Software\\KELUAB workers test";
   HKEY key;
-  if (fresh) RegDeleteTreeW(HKEY_CURRENT_USER, name);
-  if (RegCreateKeyExW(HKEY_CURRENT_USER, name, 0, NULL, 0, KEY_ALL_ACCESS, NULL, &key, NULL) != 0) return 0;
+  if (fresh) remove_shared_hive();
+  if (RegCreateKeyExW(HKEY_CURRENT_USER, kSharedHive, 0, NULL, 0, KEY_ALL_ACCESS, NULL, &key, NULL) != 0) return 0;
   return RegOverridePredefKey(HKEY_CURRENT_USER, key) == 0 && RegCloseKey(key) == 0;
 }
 static inline void remove_hive(void) {
@@ -43,7 +48,8 @@ static inline int use_fresh_hive(void) {
   free(path);
   return used;
 }
-/* One for several processes: whoever starts them names it in the environment. */
+/* One for several processes: whoever starts them names it in the environment, and removes it. */
+static inline void remove_shared_hive(void) {}
 static inline int use_shared_hive(int fresh) {
   (void)fresh;
   return getenv("XDG_CONFIG_HOME") != NULL;
