@@ -16,7 +16,6 @@
 #include "platform/registry.h"
 #include "profiles/stored_services.h"
 #include "support/values.h"
-#include "tables/registry_persistence.h"
 
 namespace uab {
 namespace {
@@ -29,14 +28,11 @@ Text Number(std::int64_t number) {
 }
 
 // The identifier of the n-th service.
-class ServiceUid {
- public:
-  explicit ServiceUid(std::int64_t number) { std::memcpy(bytes_, &number, sizeof number); }
-  SPropValue value() const { return BinaryValue(PR_SERVICE_UID, bytes_, 16); }
-
- private:
-  BYTE bytes_[16] = {};
-};
+MAPIUID ServiceUid(std::int64_t number) {
+  MAPIUID uid = {};
+  std::memcpy(&uid, &number, sizeof number);
+  return uid;
+}
 
 // An application key for each size.
 class Keys {
@@ -60,8 +56,8 @@ class Keys {
     ComPtr<MemTable> table;
     MemTable::Create(table);
     for (std::int64_t i = 0; i < count; ++i) {
-      const ServiceUid uid(i);
-      SPropValue values[10] = {uid.value()};
+      const MAPIUID uid = ServiceUid(i);
+      SPropValue values[10] = {UidValue(uid)};
       for (ULONG j = 1; j < 10; ++j) values[j] = TextValue(PropTag(PT_UNICODE, 0x6600 + j), UAB_TEXT("what a service keeps"));
       table->AddRow(SRow{0, 10, values}, table->row_count());
     }
@@ -162,14 +158,12 @@ Text FreshValue() {
 void ChangeOneByOne(benchmark::State& state) {
   Text key = Keys::WithServices(state.range(0));
   ComPtr<MemTable> table;
-  UniqueKey profile;
-  OpenProfileKey(key.c_str(), kProfile, ProfileKeyMode::kCreate, profile);
   if (Failed(LoadServices(key.c_str(), kProfile, table))) return state.SkipWithError("no services");
   for (auto _ : state) {
     for (std::int64_t i = 0; i < state.range(0); ++i) {
       const Text text = FreshValue();
       const SPropValue value = TextValue(PropTag(PT_UNICODE, 0x6601), text.c_str());
-      if (UpdateRowAndSave(*table, ServiceUid(i).value(), 1, &value, profile.Get()) != S_OK) {
+      if (UpdateService(key.c_str(), kProfile, ServiceUid(i), 1, &value, *table) != S_OK) {
         return state.SkipWithError("not changed");
       }
     }

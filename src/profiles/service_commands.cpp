@@ -9,7 +9,7 @@
 namespace uab {
 namespace {
 
-constexpr int kAddButton = 1156;
+constexpr int kRefreshButton = 1156;
 constexpr int kRemoveButton = 1157;
 constexpr int kConfigureButton = 1158;
 
@@ -42,7 +42,7 @@ bool ServiceCommands::Handle(WORD control, WORD notification) {
       if (notification == LBN_SELCHANGE) RefreshButtons();
       if (notification == LBN_DBLCLK) ConfigureSelected();
       return true;
-    case kAddButton:
+    case kRefreshButton:
       RefreshButtons();
       return true;
     case kRemoveButton:
@@ -102,7 +102,7 @@ void ServiceCommands::RefreshButtons() {
   ULONG flags = record != nullptr ? record->flags : 0;
   EnableOrPassFocus(kRemoveButton, (flags & UAB_SERVICE_NO_REMOVE) == 0, kConfigureButton);
   EnableOrPassFocus(kConfigureButton, (flags & UAB_SERVICE_NO_CONFIGURE) == 0, IDOK);
-  EnableWindow(GetDlgItem(window_, kAddButton), CanAddService());
+  EnableWindow(GetDlgItem(window_, kRefreshButton), CanAddService());
 }
 
 // A button that is about to be disabled hands the focus, and the default, to the next one.

@@ -3,7 +3,7 @@
 //
 //   1, 2   buttons to confirm and to cancel
 //   1155   list box, a line for each service
-//   1156   button for adding a service, which is the host's business; disabled unless there is a choice of services
+//   1156   button that refreshes the buttons, nothing else; disabled unless the definition file has a choice of services
 //   1157   button, removes the selected service
 //   1158   button, configures the selected service, as a double click does
 //
