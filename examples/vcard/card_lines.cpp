@@ -63,8 +63,13 @@ std::string DecodeQuotedPrintable(std::string_view text) {
   return out;
 }
 
-bool IsFrame(std::string_view line) noexcept {
-  return EqualNoCase(Trim(line), "END:VCARD") || EqualNoCase(Trim(line), "BEGIN:VCARD");
+// Whether a text goes on with what no line break of a value reaches over: a card's end or begin, or an AGENT line with
+// the card that belongs to it.
+bool StartsWithFrame(std::string_view text) noexcept {
+  const std::size_t end = std::min(text.find('\n'), text.size());
+  const std::string_view line = Trim(text.substr(0, end));
+  if (EqualNoCase(line, "END:VCARD") || EqualNoCase(line, "BEGIN:VCARD")) return true;
+  return StartsWithNoCase(line, "AGENT") && StartsWithNoCase(Trim(text.substr(end)), "BEGIN:VCARD");
 }
 
 }  // namespace
@@ -86,8 +91,7 @@ bool LineReader::Next(CardLine& line) {
   bool folded = false;
   while (pos_ < text_.size()) {
     const std::string_view rest = text_.substr(pos_);
-    const bool soft_break =
-        quoted_printable && (folded ? unfolded_.ends_with('=') : true) && !IsFrame(rest.substr(0, rest.find('\n')));
+    const bool soft_break = quoted_printable && (folded ? unfolded_.ends_with('=') : true) && !StartsWithFrame(rest);
     if (!soft_break && rest.front() != ' ' && rest.front() != '\t') break;
     if (!folded) unfolded_.assign(content);
     folded = true;
