@@ -94,7 +94,8 @@ std::string KeptHead(const CardLine& line) {
       if (EqualNoCase(key, coding)) return;
     }
     if (key.empty() && EqualNoCase(value, "QUOTED-PRINTABLE")) return;
-    head.append(";").append(key).append(key.empty() ? "" : "=").append(value);
+    // A bare parameter has no name; one with an empty name keeps its equals sign.
+    head.append(";").append(key).append(key.data() == nullptr ? "" : "=").append(value);
   });
   // A quote that nobody closed would reach into the new text.
   if (std::count(head.begin(), head.end(), '"') % 2 != 0) head += '"';
