@@ -7,20 +7,6 @@
 namespace uab {
 namespace {
 
-TEST(AllocationChain, HeadHasTheDocumentedLayout) {
-  void* data = nullptr;
-  ASSERT_EQ(UABAllocateBuffer(5, &data), S_OK);
-  auto* bytes = static_cast<BYTE*>(data);
-  auto* header = reinterpret_cast<BlockHeader*>(bytes - 24);
-  EXPECT_EQ(header->signature, 0x7Bu);
-  EXPECT_EQ(header->size, 5u);
-  EXPECT_EQ(header->previous, nullptr);
-  EXPECT_EQ(header->next, nullptr);
-  for (int i = 0; i < 5; ++i) EXPECT_EQ(bytes[i], 0) << i;
-  EXPECT_EQ(bytes[5], 0x7D);
-  EXPECT_EQ(UABFreeBuffer(data), S_OK);
-}
-
 TEST(AllocationChain, FurtherBlocksRunFromNewestToOldest) {
   void* head = nullptr;
   ASSERT_EQ(UABAllocateBuffer(0, &head), S_OK);
@@ -62,26 +48,18 @@ TEST(AllocationChain, BadCallsAreRefused) {
   EXPECT_EQ(UABFreeBuffer(data), S_OK);
 }
 
-TEST(AllocationChain, ListsAreFreedWithTheirArrays) {
+TEST(AllocationChain, ListsAreFreedWithTheirArrays) {  // what is left shows in the build with sanitizers
   UABFreeProws(nullptr);
   UABFreePadrlist(nullptr);
-  void* rows = nullptr;
-  ASSERT_EQ(UABAllocateBuffer(static_cast<ULONG>(RowSetSize(3)), &rows), S_OK);
-  auto* set = static_cast<SRowSet*>(rows);
-  set->cRows = 3;
-  for (ULONG i : {0u, 2u}) {  // row 1 keeps a null array
-    void* values = nullptr;
+  for (bool rows : {true, false}) {
+    void *list = nullptr, *values = nullptr;
+    ASSERT_EQ(UABAllocateBuffer(static_cast<ULONG>(RowSetSize(3)), &list), S_OK);
     ASSERT_EQ(UABAllocateBuffer(sizeof(SPropValue), &values), S_OK);
-    set->aRow[i].lpProps = static_cast<SPropValue*>(values);
+    auto* set = static_cast<SRowSet*>(list);
+    set->cRows = 3;
+    set->aRow[2].lpProps = static_cast<SPropValue*>(values);  // the others keep a null array
+    rows ? UABFreeProws(set) : UABFreePadrlist(static_cast<ADRLIST*>(list));
   }
-  UABFreeProws(set);
-  ASSERT_EQ(UABAllocateBuffer(static_cast<ULONG>(RowSetSize(2)), &rows), S_OK);
-  auto* list = static_cast<ADRLIST*>(rows);
-  list->cEntries = 2;
-  void* values = nullptr;
-  ASSERT_EQ(UABAllocateBuffer(sizeof(SPropValue), &values), S_OK);
-  list->aEntries[1].rgPropVals = static_cast<SPropValue*>(values);
-  UABFreePadrlist(list);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-/* A host in plain C: loads the library, calls every slot of every object that it is given once, and recognises each by what
- * it does or by the refusal that it promises. Argument: the library's path, in a folder with its definition file and the
- * provider. */
+/* A host in plain C: loads the library, calls its exports and every slot of every object that it is given, and recognises
+ * each by what it does or by the refusal that it promises. Argument: the library's path, in a folder with its definition
+ * file and the provider. */
 #include <stdio.h>
 #include <string.h>
 
@@ -19,10 +19,11 @@ static const guid kUnknown = {0, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}}, kTable =
 
 static int32_t (*open_session)(unit*, void*, any, unit*, uint32_t, void*, void*, void*, void**, void**, any);
 static int32_t (*admin_profiles)(unit*, void*, uint32_t, void**, any);
+static int32_t (*allocate_buffer)(uint32_t, void**);
+static int32_t (*allocate_more)(uint32_t, void*, void**);
 static int32_t (*free_buffer)(void*);
 static void (*free_rows)(row_set*);
-static int32_t (*allocate)(uint32_t, void**);
-static void (*free_addresses)(void*);
+static void (*free_list)(void*);
 
 /* Slots 1 to 3, and that nothing but these identifiers is answered. */
 static void look_at_unknown(void* object, const guid* const* iids) {
@@ -130,7 +131,12 @@ static void look_at_profiles(void* admin) {
   void *table = NULL, *services = NULL;
   UNKNOWN(admin, &kProfAdmin);
   EXPECT(SLOT(admin, 4, 0) == OK);
-  EXPECT(SLOT(admin, 6, P(kProfile), 0, 0) == BAD_CHARWIDTH && SLOT(admin, 6, P(kProfile), 0, 0x80000000u) == OK);
+  EXPECT(SLOT(admin, 5, 0, P(&table)) == BAD_CHARWIDTH && table == NULL);
+  EXPECT(SLOT(admin, 6, 0, 0, 0) == BAD_CHARWIDTH && SLOT(admin, 7, P(kProfile), 0) == BAD_CHARWIDTH);
+  EXPECT(SLOT(admin, 8, P(kProfile), 0, 0) == BAD_CHARWIDTH && SLOT(admin, 9, P(kProfile), P(kCopy), 0) == BAD_CHARWIDTH);
+  EXPECT(SLOT(admin, 10, P(kProfile), P(kCopy), 0) == BAD_CHARWIDTH && SLOT(admin, 11, P(kProfile), 0) == BAD_CHARWIDTH);
+  EXPECT(SLOT(admin, 12, P(kProfile), 0, P(&services)) == BAD_CHARWIDTH && SLOT(admin, 12, P(kProfile), 0, 0) == INVALIDARG);
+  EXPECT(SLOT(admin, 12, 0, 0x80000000u, P(&services)) == INVALIDARG && SLOT(admin, 6, P(kProfile), 0, 0x80000000u) == OK);
   EXPECT(SLOT(admin, 12, P(kProfile), 0x80000000u, P(&services)) == OK);
   look_at_services(services);
   SLOT(services, 3, 0);
@@ -226,13 +232,13 @@ static void look_at_foreign_objects(void* session, void* book) {
   value* values = NULL;
   void *root = NULL, *table = NULL;
   uint32_t type = 0, rows = 0;
-  EXPECT(allocate(24, (void**)&list) == OK && allocate(3 * sizeof(value), (void**)&values) == OK);
+  EXPECT(allocate_buffer(24, (void**)&list) == OK && allocate_buffer(3 * sizeof(value), (void**)&values) == OK);
   values[0] = (value){0x0FFE0003u, 0, {.ul = 8}};
   values[1] = (value){0x0C150003u, 0, {.ul = 1}};
   values[2] = (value){0x0FFF0102u, 0, {.bin = {21, 0, id}}};
   list->count = 1, list->entries[0] = (row){0, 3, values};
   EXPECT(SLOT(session, 11, 0, P(&list)) == OK && list->count == 1); /* the list's user, once */
-  free_addresses(list);
+  free_list(list);
   EXPECT(SLOT(book, 15, 0, 0, 0, 0, P(&type), P(&root)) == OK);
   EXPECT(SLOT(root, 16, 0x80000001u, P(&table)) == OK && SLOT(table, 10, 0, P(&rows)) == OK && rows == 2);
   EXPECT(SLOT(root, 22, P(&entries), 0) == OK);
@@ -254,6 +260,8 @@ static void look_at_session(void* session, void* book) {
   EXPECT(SLOT(session, 5, 8, P(&rows)) == OK);
   SLOT(session, 8, P(rows));
   EXPECT(SLOT(session, 5, 8, P(&rows)) == OK);
+  free_list(rows);
+  EXPECT(SLOT(session, 5, 8, P(&rows)) == OK);
   SLOT(session, 9, P(rows));
   EXPECT(SLOT(session, 10, 1, P(&other)) == UNKNOWN_FLAGS);
   EXPECT(SLOT(session, 10, 0, P(&other)) == OK && other == book);
@@ -272,10 +280,46 @@ static void* load_library(const char* path) {
   *(void**)&open_session = symbol(library, "UABOpen");
   *(void**)&admin_profiles = symbol(library, "UABAdminProfiles");
   *(void**)&free_buffer = symbol(library, "UABFreeBuffer");
+  *(void**)&allocate_buffer = symbol(library, "UABAllocateBuffer");
+  *(void**)&allocate_more = symbol(library, "UABAllocateMore");
   *(void**)&free_rows = symbol(library, "UABFreeProws");
-  *(void**)&allocate = symbol(library, "UABAllocateBuffer");
-  *(void**)&free_addresses = symbol(library, "UABFreePadrlist");
+  *(void**)&free_list = symbol(library, "UABFreePadrlist");
   return library;
+}
+
+/* The exports: argument checks in their order, which store nothing, and blocks with their documented head and guard. */
+static void look_at_exports(void) {
+  static const struct {
+    int with_session, reserved; /* which reserved parameter is not null; 0: none */
+    uint32_t flags;
+    int32_t expected;
+  } cases[] = {{0, 1, 0, INVALIDARG},
+               {0, 0, 0x80000000u, INVALIDARG},
+               {1, 2, 0, BAD_CHARWIDTH},
+               {1, 0, 0x40, BAD_CHARWIDTH},
+               {1, 1, 0x80000000u, NO_SUPPORT},
+               {1, 2, 0x80000040u, NO_SUPPORT},
+               {1, 3, 0x80000000u, NO_SUPPORT}};
+  for (size_t i = 0; i < sizeof cases / sizeof *cases; ++i) {
+    void *session = &record, *book = &record, *reserved[4] = {NULL, NULL, NULL, NULL};
+    if (cases[i].reserved != 0) reserved[cases[i].reserved] = &record;
+    EXPECT(open_session(kKey, NULL, 0, kProfile, cases[i].flags, reserved[1], reserved[2], reserved[3], &book,
+                        cases[i].with_session ? &session : NULL, 0) == cases[i].expected);
+    EXPECT(session == &record && book == &record);
+  }
+  void* admin = &record;
+  EXPECT(admin_profiles(kKey, NULL, 0, NULL, 0) == INVALIDARG);
+  EXPECT(admin_profiles(kKey, NULL, 0x7FFFFFFF, &admin, 0) == BAD_CHARWIDTH && admin == &record);
+
+  uint8_t *head = NULL, *more = NULL, *links[3];
+  uint32_t fields[2];
+  EXPECT(allocate_buffer(0, (void**)&head) == OK && head[0] == 0x7D);
+  EXPECT(allocate_more(100, head, (void**)&more) == OK && more[99] == 0 && more[100] == 0x7D);
+  memcpy(fields, more - 24, 8), memcpy(links, more - 16, 16), memcpy(links + 2, head - 8, 8);
+  EXPECT(fields[0] == 0x7B && fields[1] == 100);
+  EXPECT(links[0] == head - 24 && links[1] == NULL && links[2] == more - 24);
+  EXPECT(free_buffer(more) == INVALIDARG && free_buffer(head) == OK && free_buffer(NULL) == INVALIDARG);
+  free_rows(NULL), free_list(NULL);
 }
 
 /* A library that is loaded again has forgotten its host value: this one reaches the service's routine. */
@@ -303,6 +347,7 @@ int main(int argc, char** argv) {
   void* library = load_library(argv[1]);
   if (library == NULL) return 2;
   void *admin = NULL, *session = NULL, *book = NULL;
+  look_at_exports();
   EXPECT(admin_profiles(kKey, NULL, 0x80000000u, &admin, P(&record)) == OK);
   look_at_profiles(admin);
   SLOT(admin, 3, 0);
