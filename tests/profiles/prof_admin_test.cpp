@@ -147,20 +147,5 @@ TEST_F(ProfAdminTest, ACancelledDialogUndoesEverything) {
   EXPECT_NE(ReadProfiles(), before) << "confirmed: the removal stays";
 }
 
-TEST_F(ProfAdminTest, ChecksArgumentsFirst) {
-  ComPtr<IMsgServiceAdmin> services;
-  IMAPITable* table = reinterpret_cast<IMAPITable*>(this);
-  EXPECT_EQ(admin_->GetProfileTable(0, &table), MAPI_E_BAD_CHARWIDTH);
-  EXPECT_EQ(table, nullptr);
-  for (HRESULT hr :
-       {admin_->CreateProfile(nullptr, 0, 0), admin_->DeleteProfile(kA, 0), admin_->ConfigureProfile(kA, 0, 0),
-        admin_->CopyProfile(kA, kA, 0), admin_->RenameProfile(kA, kA, 0), admin_->SetDefaultProfile(kA, 0),
-        admin_->AdminServices(kA, 0, services.Put())}) {
-    EXPECT_EQ(hr, MAPI_E_BAD_CHARWIDTH);
-  }
-  EXPECT_EQ(admin_->AdminServices(kA, 0, nullptr), E_INVALIDARG);
-  EXPECT_EQ(admin_->AdminServices(nullptr, MAPI_UNICODE, services.Put()), E_INVALIDARG);
-}
-
 }  // namespace
 }  // namespace uab

@@ -61,6 +61,14 @@ inline std::vector<SPropValue*> RowsOf(const SRowSet& rows) {
   return values;
 }
 
+inline Text PropText(IMAPIProp& object, ULONG tag) {
+  TagArray<1> tags = {1, {tag}};
+  ULONG count;
+  ChainPtr<SPropValue> values;
+  EXPECT_GE(object.GetProps(tags.address(), MAPI_UNICODE, &count, values.Put()), 0);
+  return TextOf(*values.Get());
+}
+
 // What the service library does in this process. HostValue() is fixed at its first use.
 inline ServiceScript script = {};
 

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "support/failure_sweep.h"
 #include "support/hive.h"
 #include "support/module_place.h"
 
@@ -103,20 +102,6 @@ TEST_F(ServiceDefinitions, RowHasTheTenValuesInOrder) {
   EXPECT_EQ(list[0], reinterpret_cast<WCHAR*>(list + 2));
 }
 
-TEST_F(ServiceDefinitions, EncodingsAndBinaryFiles) {
-  const std::string text = "[Services]\r\nA=1\r\n[A]\r\nPR_DISPLAY_NAME=";
-  std::string utf16 = "\xFF\xFE", binary = "[Services]\n";
-  for (char c : text) utf16 += {c, '\0'};
-  for (const std::string& file :
-       {"\xEF\xBB\xBF" + text + "\xC3\x96\xE2\x82\xAC", utf16 + "\xD6" + std::string(1, '\0') + "\xAC\x20"}) {
-    Write(file);
-    ASSERT_EQ(Read(), S_OK);
-    EXPECT_EQ(lstrcmpW(rows_->aRow[0].lpProps[kDisplayNameValue].Value.lpszW, UAB_TEXT("\u00D6\u20AC")), 0);
-  }
-  for (int i = 0; i < 5000; ++i) binary += static_cast<char>(i * 7919 >> 3);
-  EXPECT_EQ(ReadAndDescribe(binary), "80040301");
-}
-
 TEST_F(ServiceDefinitions, SectionsOfEverySizeComeBackWhole) {
   PathBuffer path;
   ASSERT_EQ(GetServiceDefinitionPath(path), S_OK);
@@ -146,18 +131,6 @@ TEST_F(ServiceDefinitions, SystemErrorsAreTranslated) {
   Sys().get_private_profile_section = before;
   Sys().get_module_file_name = [](HMODULE, WCHAR*, DWORD) -> DWORD { return 0; };
   EXPECT_EQ(Read(), E_FAIL) << "no path";
-}
-
-TEST_F(ServiceDefinitions, NothingIsKeptOnFailure) {
-  Write("[Services]\nA=1\nB=2\n[A]\nPR_DISPLAY_NAME=N\nPR_SERVICE_ENTRY_NAME=E\nPR_SERVICE_DELETE_FILES=a,b\n[B]\nX=1");
-  auto prepare = [] { return RowSetPtr(); };
-  auto act = [](RowSetPtr& rows) { return ReadServiceDefinitions(kServicesSection, rows); };
-  auto check = [](RowSetPtr& rows, HRESULT hr) {
-    EXPECT_EQ(Succeeded(hr), static_cast<bool>(rows));
-    EXPECT_EQ(rows ? Describe(*rows.Get()) : "", rows ? "A/1/N/-/E/[]/[a|b]/0;B/2/-/-/-/[]/[]/0;" : "");
-  };
-  ForEachAllocationFailure(prepare, act, check);
-  ForEachSystemCallFailure(prepare, act);
 }
 
 }  // namespace
