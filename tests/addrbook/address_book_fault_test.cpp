@@ -1,5 +1,6 @@
 // A session's use of the address book with the n-th allocation, system call or provider call failing.
 #include "addrbook/address_book_fixture.h"
+#include "support/bad_calls.h"
 #include "support/failure_sweep.h"
 
 namespace uab {
@@ -78,23 +79,15 @@ TEST(AddressBookFault, AfterRunningOutOfMemoryAllIsUsableAgain) {
 
 TEST(AddressBookFault, EveryCallOfAProviderMayBeDoneBadly) {
   TestHive hive;
-  for (Misdeed misdeed : kMisdeeds) {
-    bool misbehaved = true;
-    for (std::uint32_t call = 1; misbehaved; ++call) {
-      SCOPED_TRACE(testing::Message() << "misdeed " << static_cast<int>(misdeed) << ", call " << call);
-      HeapWatch watch;
-      {
-        LoggedOn state;
-        state.calls->DoBadly(call, misdeed);
-        UseAddressBook(state);
-        misbehaved = state.calls->misbehaved();
-        state.calls->DoBadly(0);
-        CheckAndLogOff(state);
-      }
-      EXPECT_EQ(watch.live(), 0u) << watch.Describe();
-      if (testing::Test::HasFailure()) return;
-    }
-  }
+  ForEachBadCall(kMisdeeds, [](std::uint32_t call, Misdeed misdeed) {
+    LoggedOn state;
+    state.calls->DoBadly(call, misdeed);
+    UseAddressBook(state);
+    const bool misbehaved = state.calls->misbehaved();
+    state.calls->DoBadly(0);
+    CheckAndLogOff(state);
+    return misbehaved;
+  });
 }
 
 }  // namespace

@@ -90,47 +90,35 @@ TEST_F(PrepareRecipsTest, CompletesThroughTheProviderOrWithErrors) {
 }
 
 TEST_F(PrepareRecipsTest, AFailureKeepsEveryRecipientWithItsValidArray) {
-  for (std::uint32_t failing : {1u, 2u}) {
-    for (bool throws : {false, true}) {
+  for (Misdeed misdeed : {Misdeed::kFails, Misdeed::kThrows}) {
+    for (std::uint32_t failing : {1u, 2u}) {
       AdrListPtr list = MakeList({"1B", "2A", "3C", "4A"});
-      calls_.DoBadly(failing, throws ? Misdeed::kThrows : Misdeed::kFails);
+      calls_.DoBadly(failing, misdeed);
       state_.a.complete = [](ADRLIST* part) { Replace(part->aEntries[1]); };
-      EXPECT_EQ(Prepare(list), throws ? E_FAIL : kFakeFailure);
+      EXPECT_EQ(Prepare(list), misdeed == Misdeed::kThrows ? E_FAIL : kFakeFailure);
       EXPECT_EQ(NamesOf(list.Get()), "1234+") << "in the old order";
     }
   }
 }
 
 TEST_F(PrepareRecipsTest, AProviderDoesNotChangeTheNumberOfRecipients) {
-  struct {
-    const char* what;
-    void (*spoil)(ADRLIST* part);
-    const char* names;
-  } cases[] = {
-      {"counts none", [](ADRLIST* part) { part->cEntries = 0; }, "1234"},
-      {"counts more", [](ADRLIST* part) { part->cEntries = 0xFFFFFFFF; }, "1234"},
-      {"drops an array",
-       [](ADRLIST* part) {
-         UABFreeBuffer(part->aEntries[1].rgPropVals);
-         part->aEntries[1].rgPropVals = nullptr;
-       },
-       "1?34"},
-      {"closes the gap",
-       [](ADRLIST* part) {
+  const std::pair<void (*)(ADRLIST*), const char*> cases[] = {
+      {[](ADRLIST* part) { part->cEntries = 0; }, "1234"},
+      {[](ADRLIST* part) { part->cEntries = 0xFFFFFFFF; }, "1234"},
+      {[](ADRLIST* part) { UABFreeBuffer(std::exchange(part->aEntries[1].rgPropVals, nullptr)); }, "1?34"},
+      {[](ADRLIST* part) {  // closes the gap
          UABFreeBuffer(part->aEntries[0].rgPropVals);
-         part->aEntries[0] = part->aEntries[1];
-         part->aEntries[1] = part->aEntries[2];
+         std::copy_n(part->aEntries + 1, 2, part->aEntries);
          part->cEntries = 2;
        },
        "23?4"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
+  for (const auto& [spoil, names] : cases) {
     AdrListPtr list = MakeList({"1A", "2A", "3A", "4B"});
-    state_.a.complete = c.spoil;
+    state_.a.complete = spoil;
     EXPECT_EQ(Prepare(list), S_OK);
     EXPECT_EQ(list->cEntries, 4u);
-    EXPECT_EQ(NamesOf(list.Get()), c.names);
+    EXPECT_EQ(NamesOf(list.Get()), names);
   }
 }
 

@@ -87,9 +87,12 @@ TEST_F(RootContainerTest, RowsOfProvidersAreNotTrusted) {
       {"a text for an identifier",
        [](Values values, Count) { values[1] = TextValue(WithPropType(PR_ENTRYID, PT_UNICODE), UAB_TEXT("a")); },
        ":0 :0"},
-      {"null for an identifier", [](Values values, Count) { values[1].Value.bin = {0, nullptr}; }, ":0 :0"},
-      {"an unknown type",
-       [](Values values, Count) { values[0].ulPropTag = PropTag(MV_FLAG | PT_OBJECT, 0x6601); }, ""},
+      {"null for an identifier",
+       [](Values values, Count) {
+         values[1].Value.bin = {0, nullptr};
+       },
+       ":0 :0"},
+      {"an unknown type", [](Values values, Count) { values[0].ulPropTag = PropTag(MV_FLAG | PT_OBJECT, 0x6601); }, ""},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);

@@ -2,10 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-
-#include "card_store.h"
-
 namespace uab::vcard {
 namespace {
 
@@ -84,57 +80,6 @@ TEST(CardReader, ReadsMembersOfEveryKind) {
   EXPECT_TRUE(members[2].mail);
   EXPECT_EQ(members[2].text, "jo@example.com");
   EXPECT_EQ(members[3].text, "pas-id-1");
-}
-
-// Pieces that mean something to the reader, put together at random, and bytes changed at random: whatever comes is
-// written back as it was, and is read without a slip that the sanitizers see.
-TEST(CardReader, AnyBytesAreReadAndWrittenBackAsTheyWere) {
-  const char* pieces[] = {"BEGIN:VCARD",
-                          "END:VCARD",
-                          "\r\n",
-                          "\n",
-                          " ",
-                          "\t",
-                          "FN",
-                          ":",
-                          ";",
-                          "=",
-                          "\"",
-                          "\\",
-                          ",",
-                          "ENCODING=QUOTED-PRINTABLE",
-                          "TEL",
-                          "FAX",
-                          "TYPE=",
-                          "=C3",
-                          "\xC3",
-                          "\xFF",
-                          "AGENT",
-                          "UID:a",
-                          "KIND:group",
-                          "MEMBER:a",
-                          "a.b",
-                          "=\r\n",
-                          "\xEF\xBB\xBF",
-                          "X-ABLabel:fax",
-                          "PREF=0"};
-  std::mt19937 random(20240229);
-  for (int round = 0; round < 4000; ++round) {
-    std::string file;
-    for (auto i = random() % 60; i > 0; --i) {
-      file += pieces[random() % std::size(pieces)];
-      if (random() % 16 == 0) file.push_back(static_cast<char>(random()));
-      if (random() % 4 == 0) file += "\nBEGIN:VCARD\nFN:x\n";
-    }
-    const auto store = CardStore::Parse(file);
-    ASSERT_EQ(store->Serialize(), file);
-    for (CardNumber card = 0; card < store->size(); ++card) {
-      Summarize(store->text(card));
-      StyleOf(store->text(card));
-      store->MembersOf(card);
-      ASSERT_EQ(store->Find(store->key(card)), card) << file;
-    }
-  }
 }
 
 }  // namespace

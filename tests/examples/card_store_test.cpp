@@ -48,15 +48,6 @@ TEST(CardStore, TellsCardsApartAndKeepsTheirKeysWhenTheyChange) {
   }
 }
 
-TEST(CardStore, DeletesAndAddsBehindTheLastByte) {
-  const auto store = CardStore::Parse("BEGIN:VCARD\nFN:One\nEND:VCARD\ntail");
-  const CardKey one = store->key(0);
-  store->Delete(0);
-  EXPECT_FALSE(store->Find(one));
-  store->Add("BEGIN:VCARD\nFN:Two\nEND:VCARD\n");
-  EXPECT_EQ(store->Serialize(), "tail\r\nBEGIN:VCARD\nFN:Two\nEND:VCARD\n");
-}
-
 TEST(CardStore, ManyCardsWithOneIdentityTakeLinearTime) {
   std::string file;
   for (int i = 0; i < 20000; ++i) file += "BEGIN:VCARD\nFN:A\nUID:same\nEND:VCARD\nBEGIN:VCARD\nFN:B\nEND:VCARD\n";

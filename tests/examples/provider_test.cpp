@@ -1,3 +1,4 @@
+// The provider's objects; what a host makes of them, the session of the command-line host shows.
 #include "provider.h"
 
 #include <gtest/gtest.h>
@@ -6,10 +7,10 @@
 
 #include "com.h"
 #include "file_io.h"
-#include "keluab/notification.h"
-#include "props/copy_engine.h"
+#include "profiles/provider_support.h"
 #include "support/hive.h"
 #include "support/refusing_objects.h"
+#include "support/values.h"
 
 namespace uab::vcard {
 namespace {
@@ -23,87 +24,24 @@ constexpr char kFriends[] =
     "X-ADDRESSBOOKSERVER-MEMBER:mailto:BOB@example.com\nX-ADDRESSBOOKSERVER-MEMBER:urn:uuid:nobody\nEND:VCARD\n";
 constexpr char kWork[] = "BEGIN:VCARD\nVERSION:4.0\nFN:Cyd\nUID:urn:uuid:cyd\nTEL;TYPE=fax:+1 555 0103\nEND:VCARD\n";
 
-SPropValue LongValue(ULONG tag, LONG number) {
-  SPropValue value{};
-  value.ulPropTag = tag;
-  value.Value.l = number;
-  return value;
-}
-
-SPropValue TextValue(ULONG tag, const WCHAR* text) {
-  SPropValue value{};
-  value.ulPropTag = tag;
-  value.Value.lpszW = const_cast<WCHAR*>(text);
-  return value;
-}
-
 std::string Utf8(const SPropValue& value) {
   return PropType(value.ulPropTag) == PT_UNICODE ? ToUtf8(value.Value.lpszW) : "<no text>";
 }
 
+// The settings of a service.
 struct FakeSection : RefusingProp<Refusing<IProfSect>> {
   std::map<ULONG, Text> texts;
-  std::map<ULONG, std::string> bytes;
-  int saved = 0;
 
-  HRESULT UAB_CALL SaveChanges(ULONG) override { return ++saved, S_OK; }
-  HRESULT UAB_CALL SetProps(ULONG count, SPropValue* values, SPropProblemArray**) override {
-    for (ULONG i = 0; i < count; ++i) {
-      const SBinary& binary = values[i].Value.bin;
-      if (PropType(values[i].ulPropTag) == PT_UNICODE)
-        texts[values[i].ulPropTag] = values[i].Value.lpszW;
-      else
-        bytes[values[i].ulPropTag] = IdentifierBytes(binary.lpb, binary.cb);
-    }
-    return S_OK;
-  }
   HRESULT UAB_CALL GetProps(SPropTagArray* tags, ULONG, ULONG* count, SPropValue** values) override {
     const Memory memory{UABAllocateBuffer, UABAllocateMore, UABFreeBuffer};
     Properties properties;
     for (const auto& [tag, text] : texts) properties.AddText(tag, ToUtf8(text));
-    for (const auto& [tag, value] : bytes) properties.AddBytes(tag, value);
     return HandOver(memory, properties, tags, count, values);
   }
 };
 
-struct FakeSupport : Refusing<IUABSupport> {
-  std::vector<std::string> uids;
-  HRESULT UAB_CALL GetLastError(HRESULT, ULONG, MAPIERROR**) override { return S_OK; }
-  HRESULT UAB_CALL GetMemAllocRoutines(UABAllocateBufferFunction* allocate, UABAllocateMoreFunction* more,
-                                       UABFreeBufferFunction* free) override {
-    *allocate = UABAllocateBuffer, *more = UABAllocateMore, *free = UABFreeBuffer;
-    return S_OK;
-  }
-  HRESULT UAB_CALL SetProviderUID(MAPIUID* uid, ULONG) override {
-    uids.push_back(IdentifierBytes(uid->ab, sizeof uid->ab));
-    return S_OK;
-  }
-  HRESULT UAB_CALL Reserved7() override { return MAPI_E_NO_SUPPORT; }
-  HRESULT UAB_CALL DoCopyTo(const IID* from, void* source, ULONG, const IID*, SPropTagArray* excluded, ULONG_PTR,
-                            IMAPIProgress*, const IID* to, void* destination, ULONG flags,
-                            SPropProblemArray** problems) override {
-    return uab::DoCopyTo({from, source}, excluded, {to, destination}, flags, problems);
-  }
-  HRESULT UAB_CALL DoCopyProps(const IID*, void*, SPropTagArray*, ULONG_PTR, IMAPIProgress*, const IID*, void*, ULONG,
-                               SPropProblemArray**) override {
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT UAB_CALL Reserved10() override { return MAPI_E_NO_SUPPORT; }
-};
-
-struct Sink : Refusing<IMAPIAdviseSink> {
-  std::vector<std::pair<ULONG, std::string>> events;
-  IAddrBook* ask = nullptr;  // called back: the lock has to be free
-  ULONG UAB_CALL OnNotify(ULONG count, NOTIFICATION* notifications) override {
-    for (ULONG i = 0; i < count; ++i) {
-      const OBJECT_NOTIFICATION& object = notifications[i].info.obj;
-      events.emplace_back(notifications[i].ulEventType, IdentifierBytes(object.lpEntryID, object.cbEntryID));
-      ULONG type = 0;
-      IUnknown* opened = nullptr;
-      if (ask->OpenEntry(object.cbEntryID, object.lpEntryID, nullptr, 0, &type, &opened) == S_OK) opened->Release();
-    }
-    return 0;
-  }
+struct AnyUid : UidRegistrar {
+  HRESULT RegisterUid(const MAPIUID&) noexcept override { return S_OK; }
 };
 
 class VCardProvider : public testing::Test {
@@ -111,20 +49,22 @@ class VCardProvider : public testing::Test {
   VCardProvider() {
     hive_.WriteFile("friends.vcf", kFriends);
     hive_.WriteFile("work.vcf", kWork);
+    EXPECT_EQ(ProviderSupport::Create(std::make_unique<AnyUid>(), support_), S_OK);
     section_.texts[PR_VCARD_FOLDER_W] = hive_.PathOf("");
     section_.texts[UAB_PR_FILE_NAME_W] = UAB_TEXT("friends.vcf");
     Open();
   }
   ~VCardProvider() override {
     book_ = {};
-    EXPECT_EQ(support_.references, 0u) << "the provider keeps its support object";
+    EXPECT_EQ(support_->AddRef(), 2u) << "the provider keeps its support object";
+    support_->Release();
   }
 
   void Open() {
     book_ = {};
     IAddrBook* book = nullptr;
     WCHAR key[] = UAB_TEXT("app");
-    ASSERT_EQ(ABProviderOpen(key, nullptr, &support_, &section_, 0, MAPI_UNICODE, UABAllocateBuffer, UABAllocateMore,
+    ASSERT_EQ(ABProviderOpen(key, nullptr, support_.Get(), &section_, 0, MAPI_UNICODE, UABAllocateBuffer, UABAllocateMore,
                              UABFreeBuffer, &book, 0),
               S_OK);
     book_ = Ref<IAddrBook>::Attach(book);
@@ -196,30 +136,11 @@ class VCardProvider : public testing::Test {
 
   TestHive hive_;
   FakeSection section_;
-  FakeSupport support_;
+  ComPtr<ProviderSupport> support_;
   Ref<IAddrBook> book_;
 };
 
 using Names = std::vector<std::string>;
-
-TEST_F(VCardProvider, ShowsFilesCardsAndMembersAcrossFiles) {
-  auto books = Books();
-  ASSERT_EQ(books.size(), 2u);
-  auto friends = OpenId<IABContainer>(books["friends"], MAPI_ABCONT);
-  std::map<std::string, std::string> ids;
-  EXPECT_EQ(Contents(friends, &ids), (Names{"Ann|+1 555 0101|6", "Bob|-|6", "All|-|8"}));
-  auto all = OpenId<IDistList>(ids["All"], MAPI_DISTLIST);
-  EXPECT_EQ(Contents(all), (Names{"Ann|+1 555 0101|6", "Cyd|+1 555 0103|6", "Bob|-|6"}));
-  ULONG count = 0;
-  SPropValue* values = nullptr;
-  TagArray<2> tags{2, {PR_VCARD_SKIPPED, PR_CONTAINER_FLAGS}};
-  ASSERT_EQ(friends->GetProps(tags.address(), 0, &count, &values), S_OK);
-  EXPECT_EQ(values[0].Value.ul, 1u);
-  EXPECT_EQ(values[1].Value.ul, AB_RECIPIENTS | AB_MODIFIABLE);
-  UABFreeBuffer(values);
-  Open();  // identifiers hold in the next session
-  EXPECT_EQ(Contents(OpenId<IDistList>(ids["All"], MAPI_DISTLIST)).size(), 3u);
-}
 
 TEST_F(VCardProvider, RefusesWhatIsNoIdentifierOfItsOwn) {
   const std::string good = Books()["work"];
@@ -303,107 +224,6 @@ TEST_F(VCardProvider, CreatesLinksUnlinksAndDeletes) {
   auto work = OpenId<IABContainer>(Books()["work"], MAPI_ABCONT);
   EXPECT_EQ(Contents(work), (Names{"List|-|8", "Dora \xC3\xA9|+1 555 0104|6"})) << File("work.vcf");
   EXPECT_EQ(Contents(OpenId<IDistList>(ids["List"], MAPI_DISTLIST)).size(), 1u);
-}
-
-TEST_F(VCardProvider, ListsAreCopiedToAnotherFileWithTheirMembers) {
-  std::map<std::string, std::string> ids;
-  Contents(OpenId<IABContainer>(Books()["friends"], MAPI_ABCONT), &ids);
-  {
-    auto work = OpenId<IABContainer>(Books()["work"], MAPI_ABCONT);
-    auto copy = Create(*work.get(), PR_DEF_CREATE_DL, UAB_TEXT("to be overwritten"), nullptr);
-    ASSERT_EQ(copy->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
-    auto all = OpenId<IDistList>(ids["All"], MAPI_DISTLIST);
-    ASSERT_EQ(all->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IDistList, copy.get(), MAPI_UNICODE, nullptr), S_OK);
-    ASSERT_EQ(copy->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
-    ids["copy"] = IdOf(*copy.get());
-  }
-  const std::string file = File("work.vcf");
-  EXPECT_NE(file.find("\nX-ODD:keep"), std::string::npos) << "what no property shows is copied too: " << file;
-  EXPECT_EQ(File("friends.vcf"), kFriends);
-  Open();
-  const Names members = {"Ann|+1 555 0101|6", "Cyd|+1 555 0103|6", "Bob|-|6"};
-  EXPECT_EQ(Contents(OpenId<IDistList>(ids["copy"], MAPI_DISTLIST)), members) << file;
-  EXPECT_EQ(Contents(OpenId<IABContainer>(Books()["work"], MAPI_ABCONT)),
-            (Names{"Cyd|+1 555 0103|6", "All|-|8", members[0], members[1], members[2]}));
-}
-
-TEST_F(VCardProvider, CompletesRecipientsAndKeepsWhatElseTheyHave) {
-  std::map<std::string, std::string> ids;
-  Contents(OpenId<IABContainer>(Books()["friends"], MAPI_ABCONT), &ids);
-  const Memory memory{UABAllocateBuffer, UABAllocateMore, UABFreeBuffer};
-  auto* list = memory.AllocateAs<ADRLIST>(8 + 2 * sizeof(ADRENTRY));
-  list->cEntries = 2;
-  for (ULONG i = 0; i < 2; ++i) {
-    Properties properties;
-    properties.AddBytes(PR_ENTRYID, i == 0 ? ids["Ann"] : "another provider's, of any length");
-    properties.Add(PR_RECIPIENT_TYPE, MAPI_TO + i);
-    bool missing = false;
-    list->aEntries[i].rgPropVals = MakeValues(memory, properties, nullptr, list->aEntries[i].cValues, missing);
-  }
-  TagArray<2> tags{2, {PR_EMAIL_ADDRESS_W, PR_DISPLAY_NAME_W}};
-  EXPECT_EQ(book_->PrepareRecips(1, tags.address(), list), E_INVALIDARG);
-  ASSERT_EQ(book_->PrepareRecips(0, tags.address(), list), S_OK);
-  const SPropValue* ann = list->aEntries[0].rgPropVals;
-  ASSERT_EQ(list->aEntries[0].cValues, 4u);
-  EXPECT_EQ(Utf8(ann[0]), "+1 555 0101");
-  EXPECT_EQ(Utf8(ann[1]), "Ann");
-  EXPECT_EQ(IdentifierBytes(ann[2].Value.bin.lpb, ann[2].Value.bin.cb), ids["Ann"]);
-  EXPECT_EQ(ann[3].Value.ul, MAPI_TO);
-  const SPropValue* other = list->aEntries[1].rgPropVals;
-  EXPECT_EQ(other[0].ulPropTag, WithPropType(PR_EMAIL_ADDRESS_W, PT_ERROR));
-  EXPECT_EQ(other[3].Value.ul, MAPI_CC);
-  UABFreePadrlist(list);
-}
-
-TEST_F(VCardProvider, TellsWatchersAfterTheChangeWithoutItsLock) {
-  Sink sink;
-  sink.ask = book_.get();
-  auto books = Books();
-  auto friends = OpenId<IABContainer>(books["friends"], MAPI_ABCONT);
-  ULONG connection = 0;
-  ASSERT_EQ(book_->Advise(32, Entry(books["friends"]), fnevObjectCreated | fnevObjectDeleted, &sink, &connection),
-            S_OK);
-  auto made = Create(*friends.get(), PR_DEF_CREATE_MAILUSER, UAB_TEXT("Eve"), nullptr);
-  ASSERT_EQ(made->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
-  SPropValue name = TextValue(PR_DISPLAY_NAME_W, UAB_TEXT("Eva"));
-  ASSERT_EQ(made->SetProps(1, &name, nullptr), S_OK);
-  ASSERT_EQ(made->SaveChanges(KEEP_OPEN_READWRITE), S_OK);  // not in the mask
-  std::string id = IdOf(*made.get());
-  SBinary binary{48, reinterpret_cast<BYTE*>(id.data())};
-  ENTRYLIST entries{1, &binary};
-  ASSERT_EQ(friends->DeleteEntries(&entries, 0), S_OK);
-  using Event = std::pair<ULONG, std::string>;
-  EXPECT_EQ(sink.events, (std::vector<Event>{{fnevObjectCreated, id}, {fnevObjectDeleted, id}}));
-  EXPECT_EQ(sink.references, 1u);
-  EXPECT_EQ(book_->Unadvise(connection), S_OK);
-  EXPECT_EQ(book_->Unadvise(connection), MAPI_E_NOT_FOUND);
-  EXPECT_EQ(sink.references, 0u);
-}
-
-TEST_F(VCardProvider, ServiceEntryKeepsItsFolderAndOneIdentity) {
-  FakeSection section;
-  section.bytes[PR_SERVICE_UID] = std::string(16, 's');
-  const auto call = [&](ULONG context, ULONG flags, ULONG count, SPropValue* values) {
-    return VCardServiceEntry(nullptr, 0, MAPI_UNICODE | flags, context, count, values, &section, &support_, 0);
-  };
-  ASSERT_EQ(call(MSG_SERVICE_CREATE, 0, 0, nullptr), S_OK);
-  const std::string uid = section.bytes[PR_VCARD_UID];
-  EXPECT_EQ(uid.size(), 16u);
-  EXPECT_NE(uid, section.bytes[PR_SERVICE_UID]);
-  const Text folder = hive_.PathOf("");
-  SPropValue text = TextValue(0, folder.c_str());
-  ASSERT_EQ(call(MSG_SERVICE_CREATE_TEXT, 0, 1, &text), S_OK);
-  EXPECT_TRUE(section.texts[UAB_PR_FILE_NAME_W].ends_with(UAB_TEXT("contacts.vcf")));
-  SPropValue missing = TextValue(PR_VCARD_FOLDER_W, UAB_TEXT("no such folder"));
-  EXPECT_EQ(call(MSG_SERVICE_CONFIGURE, 0, 1, &missing), MAPI_E_NOT_FOUND);
-  EXPECT_EQ(call(MSG_SERVICE_CONFIGURE, 0, 0, nullptr), E_INVALIDARG);
-  SPropValue file = TextValue(UAB_PR_FILE_NAME_W, UAB_TEXT("mine.vcf"));
-  ASSERT_EQ(call(MSG_SERVICE_CONFIGURE, 0, 1, &file), S_OK);
-  EXPECT_TRUE(section.texts[UAB_PR_FILE_NAME_W].ends_with(UAB_TEXT("mine.vcf")));
-  EXPECT_EQ(section.saved, 3);
-  section.bytes[PR_SERVICE_UID] = std::string(16, 't');  // the profile has been copied
-  ASSERT_EQ(call(MSG_SERVICE_CONFIGURE, 0, 1, &file), S_OK);
-  EXPECT_EQ(section.bytes[PR_VCARD_UID], uid);
 }
 
 }  // namespace

@@ -121,31 +121,5 @@ TEST(TerminalDialog, NestedDialogsAndStaleHandles) {
   }
 }
 
-TEST(TerminalDialog, ListAnswersAsAListBox) {
-  handler = [](HWND window, UINT message, WPARAM) -> INT_PTR {
-    if (message != WM_INITDIALOG) return FALSE;
-    WCHAR text[16];
-    const LPARAM buffer = reinterpret_cast<LPARAM>(text);
-    const struct {
-      UINT message;
-      WPARAM line;
-      LPARAM data;
-      LRESULT answer;
-    } steps[] = {{LB_GETCURSEL, 0, 0, LB_ERR},   {LB_SETCURSEL, 1, 0, 1},         {LB_SETCURSEL, 2, 0, LB_ERR},
-                 {LB_SETITEMDATA, 1, 42, TRUE},  {LB_SETITEMDATA, 2, 42, LB_ERR}, {LB_DELETESTRING, 0, 0, 1},
-                 {LB_GETCURSEL, 0, 0, 0},        {LB_GETITEMDATA, 0, 0, 42},      {LB_GETTEXT, 0, buffer, 7},
-                 {LB_GETITEMDATA, 1, 0, LB_ERR}, {LB_GETTEXT, 1, buffer, LB_ERR}, {LB_DELETESTRING, 1, 0, LB_ERR},
-                 {LB_DELETESTRING, 0, 0, 0},     {LB_GETCURSEL, 0, 0, LB_ERR},    {LB_GETTEXT, ~0ull, buffer, LB_ERR}};
-    for (const auto& step : steps) {
-      EXPECT_EQ(SendDlgItemMessageW(window, 10, step.message, step.line, step.data), step.answer) << &step - steps;
-    }
-    EXPECT_EQ(text, std::u16string(u"two\x1B[2J"));
-    return TRUE;
-  };
-  DialogScript script("");
-  ShowDialog();
-  handler = nullptr;
-}
-
 }  // namespace
 }  // namespace uab

@@ -1,10 +1,6 @@
 #include "session/provider_list.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "support/failure_sweep.h"
 #include "support/fake_provider.h"
@@ -15,43 +11,27 @@ namespace {
 MAPIUID Uid(int number) {
   MAPIUID uid{};
   std::memcpy(uid.ab, &number, sizeof(number));
-  uid.ab[15] = 0x42;
   return uid;
 }
+HRESULT Register(const ComPtr<ProviderSupport>& support, int number) {
+  MAPIUID uid = Uid(number);
+  return support->SetProviderUID(&uid, 0);
+}
+// An entry that is not pushed yet, and its support object.
+HRESULT Make(ProviderList& list, IAddrBook* provider, ComPtr<ProviderEntry>& entry, ComPtr<ProviderSupport>& support) {
+  if (HRESULT hr = ProviderEntry::Create(list, entry); Failed(hr)) return hr;
+  entry->provider = ComPtr<IAddrBook>(provider);
+  return entry->MakeSupport(support);
+}
 
-struct ProviderListTest : testing::Test {
-  ProviderListTest() { EXPECT_EQ(ProviderList::Create(list), S_OK); }
-
-  // The entry is pushed last in the test's program: what it registers in between is registered before.
-  ComPtr<ProviderEntry> Entry(IAddrBook* provider) {
-    ComPtr<ProviderEntry> entry;
-    EXPECT_EQ(ProviderEntry::Create(*list.Get(), entry), S_OK);
-    entry->provider = ComPtr<IAddrBook>(provider);
-    return entry;
-  }
-  ComPtr<ProviderSupport> Support(ProviderEntry& entry) {
-    ComPtr<ProviderSupport> support;
-    EXPECT_EQ(entry.MakeSupport(support), S_OK);
-    return support;
-  }
-  HRESULT Register(ProviderSupport& support, int number) {
-    MAPIUID uid = Uid(number);
-    return support.SetProviderUID(&uid, 0);
-  }
-  IAddrBook* Owner(int number, HRESULT expected = S_OK) {
-    ComPtr<ProviderEntry> entry;
-    EXPECT_EQ(list->FindByUid(Uid(number), entry), expected) << number;
-    return entry ? entry->provider.Get() : nullptr;
-  }
-
+TEST(ProviderList, OwnerIsTheFirstInListOrderWithAProviderObject) {
   ComPtr<ProviderList> list;
-};
-
-TEST_F(ProviderListTest, OwnerIsTheFirstInListOrderWithAProviderObject) {
+  ASSERT_EQ(ProviderList::Create(list), S_OK);
   FakeProvider first('A'), third('C');
-  ComPtr<ProviderEntry> entries[] = {Entry(&first), Entry(nullptr), Entry(&third), Entry(nullptr)};
+  IAddrBook* const providers[] = {&first, nullptr, &third, nullptr};
+  ComPtr<ProviderEntry> entries[4];
   ComPtr<ProviderSupport> supports[4];
-  for (int i = 0; i < 4; ++i) supports[i] = Support(*entries[i]);
+  for (int i = 0; i < 4; ++i) ASSERT_EQ(Make(*list, providers[i], entries[i], supports[i]), S_OK);
   const struct {
     int uid;
     std::vector<int> early, late;  // entries that register it before and after they are pushed
@@ -67,87 +47,74 @@ TEST_F(ProviderListTest, OwnerIsTheFirstInListOrderWithAProviderObject) {
       {6, {}, {1}, E_ACCESSDENIED, nullptr, 2},
       {7, {}, {}, MAPI_E_NOT_FOUND, nullptr, ProviderList::kNowhere},
   };
+  ComPtr<ProviderEntry> owner;
   for (const auto& c : cases) {
-    for (int entry : c.early) EXPECT_EQ(Register(*supports[entry], c.uid), S_OK);
-    EXPECT_EQ(Owner(c.uid, MAPI_E_NOT_FOUND), nullptr) << "not pushed yet";
+    for (int entry : c.early) EXPECT_EQ(Register(supports[entry], c.uid), S_OK);
+    EXPECT_EQ(list->FindByUid(Uid(c.uid), owner), MAPI_E_NOT_FOUND) << "not pushed yet";
   }
   for (auto& entry : entries) EXPECT_EQ(list->PushFront(entry), S_OK);
   for (const auto& c : cases) {
     SCOPED_TRACE(c.uid);
-    for (int entry : c.late) EXPECT_EQ(Register(*supports[entry], c.uid), S_OK);
-    EXPECT_EQ(Owner(c.uid, c.result), c.owner);
+    for (int entry : c.late) EXPECT_EQ(Register(supports[entry], c.uid), S_OK);
+    owner.Reset();
+    EXPECT_EQ(list->FindByUid(Uid(c.uid), owner), c.result);
+    EXPECT_EQ(owner ? owner->provider.Get() : nullptr, c.owner);
     EXPECT_EQ(list->PositionOfUid(Uid(c.uid)), c.position);
-    for (int entry : c.early) EXPECT_EQ(Register(*supports[entry], c.uid), MAPI_E_COLLISION);
-    for (int entry : c.late) EXPECT_EQ(Register(*supports[entry], c.uid), MAPI_E_COLLISION);
+    for (const auto& registered : {c.early, c.late}) {
+      for (int entry : registered) EXPECT_EQ(Register(supports[entry], c.uid), MAPI_E_COLLISION);
+    }
   }
-  std::vector<ComPtr<ProviderEntry>> walk;
-  EXPECT_EQ(list->Entries(walk), S_OK);
-  ASSERT_EQ(walk.size(), 4u);
-  for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(walk[i].Get(), entries[3 - i].Get());
-  list.Reset();
-}
-
-TEST_F(ProviderListTest, FreesInListOrderWhateverAProviderDoes) {
   std::string log;
-  FakeProvider providers[] = {FakeProvider('a'), FakeProvider('b'), FakeProvider('c')};
-  for (FakeProvider& provider : providers) {
-    provider.on_call = [&](std::string_view) {
-      log += provider.letter + std::to_string(list->count());
+  for (FakeProvider* provider : {&first, &third}) {
+    provider->on_call = [&, provider](std::string_view) {
+      log += provider->letter + std::to_string(list->count());
       throw 1;
     };
-    ComPtr<ProviderEntry> entry = Entry(&provider);
-    EXPECT_EQ(Register(*Support(*entry), 1), S_OK);
-    EXPECT_EQ(list->PushFront(std::move(entry)), S_OK);
   }
+  owner.Reset();
+  for (auto& entry : entries) entry.Reset();
   list->FreeEntries();
-  EXPECT_EQ(log, "c0b0a0");
-  EXPECT_EQ(list->count(), 0u);
-  Owner(1, MAPI_E_NOT_FOUND);
+  EXPECT_EQ(log, "C0A0") << "freed in list order, whatever a provider does";
   EXPECT_EQ(list->PositionOfUid(Uid(1)), ProviderList::kNowhere);
 }
 
-TEST_F(ProviderListTest, WithoutMemoryNothingIsHalfRegistered) {
+TEST(ProviderList, WithoutMemoryNothingIsHalfRegistered) {
   struct State {
     ComPtr<ProviderList> list;
     ComPtr<ProviderSupport> early, late;
   };
   FakeProvider provider('A');
-  ForEachAllocationFailure(
-      [&] {
-        State state;
-        EXPECT_EQ(ProviderList::Create(state.list), S_OK);
-        return state;
-      },
-      [&](State& state) -> HRESULT {
-        ComPtr<ProviderEntry> first, second;
-        if (HRESULT hr = ProviderEntry::Create(*state.list, first); Failed(hr)) return hr;
-        if (HRESULT hr = ProviderEntry::Create(*state.list, second); Failed(hr)) return hr;
-        first->provider = second->provider = ComPtr<IAddrBook>(&provider);
-        if (HRESULT hr = first->MakeSupport(state.early); Failed(hr)) return hr;
-        if (HRESULT hr = second->MakeSupport(state.late); Failed(hr)) return hr;
-        for (int i = 0; i < 20; ++i) {
-          if (HRESULT hr = Register(*state.early, i); Failed(hr)) return hr;
-        }
-        if (HRESULT hr = state.list->PushFront(std::move(first)); Failed(hr)) return hr;
-        if (HRESULT hr = state.list->PushFront(std::move(second)); Failed(hr)) return hr;
-        for (int i = 10; i < 40; ++i) {
-          if (HRESULT hr = Register(*state.late, i); Failed(hr)) return hr;
-        }
-        std::vector<ComPtr<ProviderEntry>> walk;
-        return state.list->Entries(walk);
-      },
-      [&](State& state, HRESULT hr) {
-        EXPECT_TRUE(hr == S_OK || hr == E_OUTOFMEMORY);
-        // What is registered is found, and what is not registered can be registered once memory is there.
-        if (state.list->count() == 2) {
-          for (int i = 0; i < 40; ++i) {
-            const bool registered = state.list->PositionOfUid(Uid(i)) == 0;
-            EXPECT_EQ(Register(*state.late, i), registered ? MAPI_E_COLLISION : S_OK) << i;
-            EXPECT_EQ(state.list->PositionOfUid(Uid(i)), 0u) << i;
-          }
-        }
-        state.list->FreeEntries();
-      });
+  auto act = [&](State& state) -> HRESULT {
+    ComPtr<ProviderEntry> first, second;
+    if (HRESULT hr = Make(*state.list, &provider, first, state.early); Failed(hr)) return hr;
+    if (HRESULT hr = Make(*state.list, &provider, second, state.late); Failed(hr)) return hr;
+    for (int i = 0; i < 20; ++i) {
+      if (HRESULT hr = Register(state.early, i); Failed(hr)) return hr;
+    }
+    if (HRESULT hr = state.list->PushFront(std::move(first)); Failed(hr)) return hr;
+    if (HRESULT hr = state.list->PushFront(std::move(second)); Failed(hr)) return hr;
+    for (int i = 10; i < 40; ++i) {
+      if (HRESULT hr = Register(state.late, i); Failed(hr)) return hr;
+    }
+    std::vector<ComPtr<ProviderEntry>> walk;
+    return state.list->Entries(walk);
+  };
+  // What is registered is found, and what is not registered can be registered once memory is there.
+  auto check = [](State& state, HRESULT hr) {
+    EXPECT_TRUE(hr == S_OK || hr == E_OUTOFMEMORY);
+    for (int i = 0; i < 40 && state.list->count() == 2; ++i) {
+      const bool registered = state.list->PositionOfUid(Uid(i)) == 0;
+      EXPECT_EQ(Register(state.late, i), registered ? MAPI_E_COLLISION : S_OK) << i;
+      EXPECT_EQ(state.list->PositionOfUid(Uid(i)), 0u) << i;
+    }
+    state.list->FreeEntries();
+  };
+  auto prepare = [] {
+    State state;
+    EXPECT_EQ(ProviderList::Create(state.list), S_OK);
+    return state;
+  };
+  ForEachAllocationFailure(prepare, act, check);
   EXPECT_EQ(provider.held(), 0u);
 }
 

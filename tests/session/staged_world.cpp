@@ -40,8 +40,6 @@ StagedWorld::StagedWorld() {
       if (slot == "Release") {
         Note('R', number);
         roles[number].section.Reset();
-      } else if (intrude) {
-        intrude();
       }
     };
   }

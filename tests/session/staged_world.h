@@ -42,7 +42,6 @@ class StagedWorld : public ProviderStage, NonCopyable {
   FakeProvider providers[2] = {FakeProvider('A', "a", calls), FakeProvider('B', "b", calls)};
   Role roles[2];
   std::string events;
-  std::function<void()> intrude;  // in each call of a provider
 
  private:
   HRESULT Open(int number, const Opening& opening);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdint>
 #include <cstdlib>
 #include <mutex>
 #include <new>
@@ -99,21 +98,6 @@ void* New(std::size_t size) noexcept {
 void Delete(void* block) noexcept {
   Forget(block);
   std::free(block);
-}
-
-// An aligned block lies inside a larger one, whose address stands in front of it.
-void* NewAligned(std::size_t size, std::align_val_t alignment) noexcept {
-  std::size_t align = static_cast<std::size_t>(alignment);
-  void* outer = New(size + align + sizeof(void*));
-  if (outer == nullptr) return nullptr;
-  auto first = reinterpret_cast<std::uintptr_t>(outer) + sizeof(void*);
-  auto* block = reinterpret_cast<void**>((first + align - 1) / align * align);
-  block[-1] = outer;
-  return block;
-}
-
-void DeleteAligned(void* block) noexcept {
-  if (block != nullptr) Delete(static_cast<void**>(block)[-1]);
 }
 
 void* OrThrow(void* block) {
@@ -213,36 +197,19 @@ UnwatchedScope::~UnwatchedScope() { thread_state = {watched_, countdown_}; }
 
 }  // namespace uab
 
-// ---- Every form of operator new and delete -------------------------------------------------------------------------
+// ---- Operator new and delete, but for over-aligned types, of which the library has none -----------------------------
 
 using uab::Delete;
-using uab::DeleteAligned;
 using uab::New;
-using uab::NewAligned;
 using uab::OrThrow;
 
 void* operator new(std::size_t size) { return OrThrow(New(size)); }
 void* operator new[](std::size_t size) { return OrThrow(New(size)); }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return New(size); }
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return New(size); }
-void* operator new(std::size_t size, std::align_val_t align) { return OrThrow(NewAligned(size, align)); }
-void* operator new[](std::size_t size, std::align_val_t align) { return OrThrow(NewAligned(size, align)); }
-void* operator new(std::size_t size, std::align_val_t align, const std::nothrow_t&) noexcept {
-  return NewAligned(size, align);
-}
-void* operator new[](std::size_t size, std::align_val_t align, const std::nothrow_t&) noexcept {
-  return NewAligned(size, align);
-}
-
 void operator delete(void* block) noexcept { Delete(block); }
 void operator delete[](void* block) noexcept { Delete(block); }
 void operator delete(void* block, std::size_t) noexcept { Delete(block); }
 void operator delete[](void* block, std::size_t) noexcept { Delete(block); }
 void operator delete(void* block, const std::nothrow_t&) noexcept { Delete(block); }
 void operator delete[](void* block, const std::nothrow_t&) noexcept { Delete(block); }
-void operator delete(void* block, std::align_val_t) noexcept { DeleteAligned(block); }
-void operator delete[](void* block, std::align_val_t) noexcept { DeleteAligned(block); }
-void operator delete(void* block, std::size_t, std::align_val_t) noexcept { DeleteAligned(block); }
-void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { DeleteAligned(block); }
-void operator delete(void* block, std::align_val_t, const std::nothrow_t&) noexcept { DeleteAligned(block); }
-void operator delete[](void* block, std::align_val_t, const std::nothrow_t&) noexcept { DeleteAligned(block); }

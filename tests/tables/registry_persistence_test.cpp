@@ -132,6 +132,8 @@ TEST_F(RegistryPersistence, PassesOverWhatIsNoRecord) {
     bool accepted;
   } cases[] = {
       {"as it should be", text, true},
+      {"8 bytes", Record(PR_ENTRYID, {8}, Bytes(8)), true},
+      {"9 bytes", Record(PR_ENTRYID, {9}, Bytes(9)), true},
       {"stored pointer", Patched(text, 16, 0xDEADBEEF), true},
       {"shorter than a record", Bytes(text.begin(), text.begin() + 39), false},
       {"cut", Bytes(run_block.begin(), run_block.end() - 8), false},
@@ -165,17 +167,6 @@ TEST_F(RegistryPersistence, PassesOverWhatIsNoRecord) {
   PropList list;
   EXPECT_EQ(LoadList(list, key_.Get()), E_FAIL);
   EXPECT_TRUE(list.empty());
-}
-
-TEST_F(RegistryPersistence, ReadsOneOfTwoValuesOfTheSameIdentifier) {
-  Store(key_.Get(), UAB_TEXT("1"), Record(PR_DISPLAY_NAME_W, {}, {'x', 0, 0, 0}));
-  Store(key_.Get(), UAB_TEXT("2"), Record(PR_DISPLAY_NAME_A, {}, {'x', 0}));
-  WCHAR later[kKeyNameCapacity];
-  ASSERT_EQ(EnumValueName(key_.Get(), 1, later, kKeyNameCapacity), 0);
-  PropList list;
-  ASSERT_EQ(LoadList(list, key_.Get()), S_OK);
-  ASSERT_EQ(list.count(), 1u);
-  EXPECT_EQ(list.nodes()[0]->tag(), later[0] == '1' ? PR_DISPLAY_NAME_W : PR_DISPLAY_NAME_A);
 }
 
 TEST_F(RegistryPersistence, SavesARowUnderItsIdentifier) {
