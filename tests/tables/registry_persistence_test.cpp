@@ -139,6 +139,8 @@ TEST_F(RegistryPersistence, PassesOverWhatIsNoRecord) {
       {"cut", Bytes(run_block.begin(), run_block.end() - 8), false},
       {"length of the record too long", Patched(text, 0, 48), false},
       {"data length overflows", Patched(text, 4, 0xFFFFFFFF), false},
+      {"data longer than the record", Patched(Record(PR_ENTRYID, {9}, Bytes(9)), 4, 17), false},
+      {"data shorter than the record", Patched(Record(PR_ENTRYID, {9}, Bytes(9)), 4, 8), false},
       {"string without end", Record(PR_DISPLAY_NAME_W, {}, {'x', 0, 'y', 0}), false},
       {"8-bit string without end", Record(PR_SERVICE_ENTRY_NAME, {}, {'x', 'y'}), false},
       {"string of half a character", Record(PR_DISPLAY_NAME_W, {}, {0}), false},
