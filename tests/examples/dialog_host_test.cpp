@@ -41,7 +41,10 @@ class DialogHost : public testing::Test {
     startup.cb = sizeof startup;
     wchar_t command[] = L"dialog-host.exe dialog-host-test Test";  // it lies beside this program
     ASSERT_TRUE(CreateProcessW(nullptr, command, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &host_));
-    ASSERT_TRUE(Wait([&] { return (main_ = FindWindowW(L"KELUAB dialog host", nullptr)) != nullptr; }));
+    ASSERT_TRUE(Wait([&] {
+      main_ = FindWindowW(L"KELUAB dialog host", nullptr);
+      return main_ != nullptr && IsWindowVisible(main_);  // its parts are there by then
+    }));
     tree_ = FindWindowExW(main_, nullptr, WC_TREEVIEWW, nullptr);
     list_ = FindWindowExW(main_, nullptr, WC_LISTVIEWW, nullptr);
     status_ = FindWindowExW(main_, nullptr, STATUSCLASSNAMEW, nullptr);
