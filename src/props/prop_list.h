@@ -1,5 +1,5 @@
-// The property set of a profile section or the address book: properties as records, in the order in which
-// they were first stored. No lock: the object that owns the list guards it.
+// The property set of a profile section or the address book: properties as records, in the order in which they were
+// first stored. No lock: the object that owns the list guards it.
 #pragma once
 
 #include <cstdint>
