@@ -16,28 +16,29 @@ BlockHeader* HeadOf(void* data) noexcept {
   return block->signature == BlockHeader::kSignature && block->previous == nullptr ? block : nullptr;
 }
 
-// A block that knows its neighbours, though not yet they it, with its data still to be filled; null when there is no
+// A block with its data still to be filled: a head, or with a head the newest block behind it. Null when there is no
 // memory.
-BlockHeader* NewBlock(ULONG size, BlockHeader* previous, BlockHeader* next) noexcept {
+inline BlockHeader* NewBlock(std::size_t size, BlockHeader* head) noexcept {
   IMalloc* allocator = TaskAllocator();
   if (size > kMaxBlockSize || allocator == nullptr) return nullptr;
-  auto* block = static_cast<BlockHeader*>(allocator->Alloc(sizeof(BlockHeader) + std::size_t{size} + 1));
+  auto* block = static_cast<BlockHeader*>(allocator->Alloc(sizeof(BlockHeader) + size + 1));
   if (block == nullptr) return nullptr;
-  *block = {BlockHeader::kSignature, size, previous, next};
+  BlockHeader* newest = head != nullptr ? head->next : nullptr;
+  *block = {BlockHeader::kSignature, static_cast<ULONG>(size), head, newest};
   DataOf(block)[size] = BlockHeader::kGuard;
+  if (newest != nullptr) newest->previous = block;
+  if (head != nullptr) head->next = block;
   return block;
 }
 
-// Links a new block behind the head; fill writes its data.
+// Stores the data of a new block behind the head; fill writes it.
 template <typename Fill>
-inline HRESULT LinkBlock(ULONG size, void* head_data, void** buffer, Fill fill) noexcept {
+inline HRESULT LinkBlock(std::size_t size, void* head_data, void** buffer, Fill fill) noexcept {
+  *buffer = nullptr;
   BlockHeader* head = HeadOf(head_data);
   if (head == nullptr) return E_INVALIDARG;
-  BlockHeader* newest = head->next;
-  BlockHeader* block = NewBlock(size, head, newest);
+  BlockHeader* block = NewBlock(size, head);
   if (block == nullptr) return E_OUTOFMEMORY;
-  if (newest != nullptr) newest->previous = block;
-  head->next = block;
   fill(DataOf(block));
   *buffer = DataOf(block);
   return S_OK;
@@ -46,25 +47,23 @@ inline HRESULT LinkBlock(ULONG size, void* head_data, void** buffer, Fill fill) 
 }  // namespace
 
 HRESULT AllocateHead(std::size_t size, void** buffer) noexcept {
-  *buffer = nullptr;
-  return size > kMaxBlockSize ? E_OUTOFMEMORY : UABAllocateBuffer(static_cast<ULONG>(size), buffer);
+  HRESULT hr = AllocateUnwritten(size, buffer);
+  if (Succeeded(hr)) std::memset(*buffer, 0, size);
+  return hr;
 }
 
 HRESULT AllocateUnwritten(std::size_t size, void** buffer) noexcept {
-  BlockHeader* block = size > kMaxBlockSize ? nullptr : NewBlock(static_cast<ULONG>(size), nullptr, nullptr);
+  BlockHeader* block = NewBlock(size, nullptr);
   *buffer = block != nullptr ? DataOf(block) : nullptr;
   return block != nullptr ? S_OK : E_OUTOFMEMORY;
 }
 
 HRESULT AllocateLinked(std::size_t size, void* head, void** buffer) noexcept {
-  *buffer = nullptr;
-  return size > kMaxBlockSize ? E_OUTOFMEMORY : UABAllocateMore(static_cast<ULONG>(size), head, buffer);
+  return LinkBlock(size, head, buffer, [size](BYTE* data) { std::memset(data, 0, size); });
 }
 
 HRESULT CopyLinked(const void* data, std::size_t size, void* head, void** buffer) noexcept {
-  *buffer = nullptr;
-  if (size > kMaxBlockSize) return E_OUTOFMEMORY;
-  return LinkBlock(static_cast<ULONG>(size), head, buffer, [&](BYTE* copy) { std::memcpy(copy, data, size); });
+  return LinkBlock(size, head, buffer, [&](BYTE* copy) { std::memcpy(copy, data, size); });
 }
 
 }  // namespace uab
@@ -72,16 +71,11 @@ HRESULT CopyLinked(const void* data, std::size_t size, void* head, void** buffer
 using namespace uab;
 
 HRESULT UAB_CALL UABAllocateBuffer(ULONG size, void** buffer) {
-  if (buffer == nullptr) return E_INVALIDARG;
-  HRESULT hr = AllocateUnwritten(size, buffer);
-  if (Succeeded(hr)) std::memset(*buffer, 0, size);
-  return hr;
+  return buffer != nullptr ? AllocateHead(size, buffer) : E_INVALIDARG;
 }
 
 HRESULT UAB_CALL UABAllocateMore(ULONG size, void* head_data, void** buffer) {
-  if (buffer == nullptr) return E_INVALIDARG;
-  *buffer = nullptr;
-  return LinkBlock(size, head_data, buffer, [size](BYTE* data) { std::memset(data, 0, size); });
+  return buffer != nullptr ? AllocateLinked(size, head_data, buffer) : E_INVALIDARG;
 }
 
 HRESULT UAB_CALL UABFreeBuffer(void* buffer) {

@@ -206,10 +206,8 @@ bool CheckRecord(PropRecord& record, std::size_t size) noexcept {
   return true;
 }
 
-HRESULT ReadPropRecord(const PropRecord& record, void* head, SPropValue& value) noexcept {
-  value = record.value;
+HRESULT ReadRecordData(const PropRecord& record, void* head, SPropValue& value) noexcept {
   std::size_t size = record.dataLength;
-  if (size == 0) return S_OK;
   BYTE* block = nullptr;
   HRESULT hr = head != nullptr ? CopyLinked(record.data(), size, head, reinterpret_cast<void**>(&block))
                                : AllocateUnwritten(size, reinterpret_cast<void**>(&block));

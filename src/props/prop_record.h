@@ -78,7 +78,11 @@ bool CheckRecord(PropRecord& record, std::size_t size) noexcept;
 
 // Stores the record's property as a caller's value. Its data is linked to head, or is a head block of its own when head
 // is null. E_OUTOFMEMORY.
-HRESULT ReadPropRecord(const PropRecord& record, void* head, SPropValue& value) noexcept;
+HRESULT ReadRecordData(const PropRecord& record, void* head, SPropValue& value) noexcept;  // of a value that has some
+inline HRESULT ReadPropRecord(const PropRecord& record, void* head, SPropValue& value) noexcept {
+  value = record.value;
+  return record.dataLength == 0 ? S_OK : ReadRecordData(record, head, value);
+}
 
 // The data of a record of one of these types, inside the record; null when it has none.
 const WCHAR* RecordText(const PropRecord& record) noexcept;            // PT_UNICODE
