@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <vector>
 
 namespace uab {
@@ -11,9 +12,12 @@ TEST(AllocationChain, FurtherBlocksRunFromNewestToOldest) {
   void* head = nullptr;
   ASSERT_EQ(UABAllocateBuffer(0, &head), S_OK);
   std::vector<BlockHeader*> blocks;
-  for (ULONG size : {0u, 7u, 4096u}) {
+  for (ULONG size = 0; size < 140; ++size) {
     void* data = nullptr;
     ASSERT_EQ(UABAllocateMore(size, head, &data), S_OK);
+    std::vector<BYTE> expected(size, 0);
+    expected.push_back(0x7D);  // the guard
+    EXPECT_EQ(std::memcmp(data, expected.data(), expected.size()), 0) << size;
     blocks.push_back(reinterpret_cast<BlockHeader*>(static_cast<BYTE*>(data) - 24));
     void* more = &blocks;
     EXPECT_EQ(UABAllocateMore(1, data, &more), E_INVALIDARG) << "a further block can't be extended";
