@@ -10,6 +10,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <initializer_list>
 #include <string>
 
@@ -33,6 +34,7 @@ struct WithFloor {
   static void Register(const std::string& name, std::initializer_list<std::int64_t> sizes, Function function) {
     auto* made = benchmark::RegisterBenchmark(name.c_str(), function);
     for (std::int64_t size : sizes) made->Arg(size);
+    if (const char* times = std::getenv("KELUAB_ITERATIONS")) made->Iterations(std::atoi(times));
   }
 };
 

@@ -54,16 +54,17 @@ std::string Encode(std::u16string_view name) {
   return out;
 }
 
+bool SameUnit(char16_t a, char16_t b) noexcept { return a == b || FoldCase(a) == FoldCase(b); }
+
 }  // namespace
 
 bool SameName(std::u16string_view a, std::u16string_view b) noexcept {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char16_t x, char16_t y) { return x == y || FoldCase(x) == FoldCase(y); });
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), SameUnit);
 }
 
 bool NameLess(std::u16string_view a, std::u16string_view b) noexcept {
-  return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
-                                      [](char16_t x, char16_t y) { return FoldCase(x) < FoldCase(y); });
+  auto [x, y] = std::mismatch(a.begin(), a.end(), b.begin(), b.end(), SameUnit);  // most names begin alike
+  return y != b.end() && (x == a.end() || FoldCase(*x) < FoldCase(*y));
 }
 
 std::string KeyFolderName(std::u16string_view name) { return Encode(name); }
