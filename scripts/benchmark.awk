@@ -1,7 +1,8 @@
 # The table of scripts/benchmark from Google Benchmark's CSV. With -v points=NAME it prints that operation's points
 # instead, as "size time floor": scripts/benchmark-plots draws them.
 #
-# A row: "operation[:variant]/size[/repeats...]",iterations,real time,CPU time,unit,... Operations may hold commas.
+# A row: "operation[:variant]/size[/repeats...]",iterations,real time,CPU time,unit,... Operations may hold commas. The
+# variant "instructions" has their number in place of a time.
 !/^"/ || $0 ~ /_(mean|median|stddev|cv)",/ { next }
 {
   match($0, /^"[^"]*"/)
@@ -13,7 +14,7 @@
   split(name, part, ":")
   if (!(2 in part)) {
     if (!seen[name, size]++) order[++rows] = name SUBSEP size
-  } else if (part[2] != "floor") {
+  } else if (part[2] != "floor" && part[2] != "instructions") {
     instead[part[1]] = part[2]
   }
 }
@@ -35,8 +36,8 @@ END {
     for (j = i; j > 1 && later(order[j - 1], order[j]); j--) { t = order[j]; order[j] = order[j - 1]; order[j - 1] = t }
   }
   if (!points) {
-    print "| operation | n | time | floor | ratio | growth | of the floor | instead |"
-    print "|---|---:|---:|---:|---:|---:|---:|---:|"
+    print "| operation | n | time | floor | ratio | growth | of the floor | of instructions | instead |"
+    print "|---|---:|---:|---:|---:|---:|---:|---:|---:|"
   }
   for (i = 1; i <= rows; i++) {
     split(order[i], key, SUBSEP); name = key[1]; size = key[2]
@@ -44,9 +45,10 @@ END {
     other = instead[name]; other_time = other ? best[name ":" other, size] : 0
     same = name == last_name
     if (!points) {
-      printf "| %s | %d | %s | %s | %s | %s | %s | %s |\n", name, size, in_unit(time),
+      printf "| %s | %d | %s | %s | %s | %s | %s | %s | %s |\n", name, size, in_unit(time),
         floor_time ? in_unit(floor_time) : "", floor_time ? sprintf("%.2f", time / floor_time) : "",
         same ? exponent(name, size, last_size) : "", same ? exponent(floor_name, size, last_size) : "",
+        same ? exponent(name ":instructions", size, last_size) : "",
         other_time ? sprintf("%s: %.1f times", other, other_time / time) : ""
     } else if (name == points) {
       print size, time, floor_time ? floor_time : "?", other_time ? other_time : "?", other ? other : "?"
