@@ -13,6 +13,22 @@ namespace {
 
 constexpr std::size_t kMaxSize = 0xFFFFFFFFu;  // offsets have four bytes
 
+// A length for each of a row's records; on the stack, but for rows with more columns than most.
+class LengthList {
+ public:
+  bool Resize(std::size_t count) noexcept {
+    if (count > std::size(few_)) many_.reset(new (std::nothrow) std::size_t[count]);
+    lengths_ = count > std::size(few_) ? many_.get() : few_;
+    return lengths_ != nullptr;
+  }
+  std::size_t& operator[](std::size_t index) noexcept { return lengths_[index]; }
+
+ private:
+  std::size_t few_[16];
+  std::unique_ptr<std::size_t[]> many_;
+  std::size_t* lengths_ = nullptr;
+};
+
 HRESULT ReadAll(const TableRow& row, SPropValue* values) noexcept {
   for (std::size_t i = 0; i < row.count(); ++i) {
     if (HRESULT hr = ReadPropRecord(row.record(i), values, values[i]); Failed(hr)) return hr;
@@ -50,10 +66,11 @@ const PropRecord* TableRow::Find(ULONG tag) const noexcept {
 template <typename LengthOf, typename Write>
 HRESULT TableRow::Make(std::size_t count, LengthOf length_of, Write write) noexcept {
   std::size_t size = RecordsAt(count);
+  LengthList lengths;
+  if (!lengths.Resize(count)) return E_OUTOFMEMORY;
   for (std::size_t i = 0; i < count; ++i) {
-    std::size_t length = 0;
-    if (HRESULT hr = length_of(i, &length); Failed(hr)) return hr;
-    size += length;
+    if (HRESULT hr = length_of(i, &lengths[i]); Failed(hr)) return hr;
+    size += RecordLength(lengths[i]);
     if (size > kMaxSize) return E_OUTOFMEMORY;
   }
   BlockPtr block(static_cast<Block*>(::operator new(size, std::nothrow)));
@@ -62,7 +79,7 @@ HRESULT TableRow::Make(std::size_t count, LengthOf length_of, Write write) noexc
   std::size_t offset = RecordsAt(count);
   for (std::size_t i = 0; i < count; ++i) {
     PropRecord* record = block->at(offset);
-    write(i, *record);
+    write(i, lengths[i], *record);
     block->offsets[i] = static_cast<ULONG>(offset);
     block->ids()[i] = static_cast<std::uint16_t>(PropId(record->tag()));
     offset += record->recLength;
@@ -73,24 +90,17 @@ HRESULT TableRow::Make(std::size_t count, LengthOf length_of, Write write) noexc
 
 HRESULT TableRow::Build(const SRow& row) noexcept {
   if (row.cValues == 0 || row.lpProps == nullptr) return E_INVALIDARG;
-  auto length_of = [&](std::size_t i, std::size_t* length) {
-    HRESULT hr = MeasureData(row.lpProps[i], length);
-    *length = RecordLength(*length);
-    return hr;
-  };
-  return Make(row.cValues, length_of, [&](std::size_t i, PropRecord& record) {
-    std::size_t data_length = 0;
-    MeasureData(row.lpProps[i], &data_length);
-    WriteRecord(row.lpProps[i], data_length, record);
-  });
+  return Make(
+      row.cValues, [&](std::size_t i, std::size_t* length) { return MeasureData(row.lpProps[i], length); },
+      [&](std::size_t i, std::size_t length, PropRecord& record) { WriteRecord(row.lpProps[i], length, record); });
 }
 
 HRESULT TableRow::Pack(const PropList& list) noexcept {
   auto length_of = [&](std::size_t i, std::size_t* length) {
-    *length = list.nodes()[i]->record.recLength;
+    *length = list.nodes()[i]->record.dataLength;
     return S_OK;
   };
-  return Make(list.count(), length_of, [&](std::size_t i, PropRecord& record) {
+  return Make(list.count(), length_of, [&](std::size_t i, std::size_t, PropRecord& record) {
     const PropRecord& stored = list.nodes()[i]->record;
     std::memcpy(&record, &stored, stored.recLength);
   });

@@ -60,8 +60,8 @@ class TableRow {
 
   static std::size_t RecordsAt(std::size_t count) noexcept { return (4 + 6 * count + 7) & ~std::size_t{7}; }
 
-  // Replaces the row by one of count records: length_of(i, &length) stores the length of one, or fails the call;
-  // write(i, record) writes all of it.
+  // Replaces the row by one of count records: length_of(i, &length) stores the length of the data of one, or fails the
+  // call; write(i, length, record) writes all of it.
   template <typename LengthOf, typename Write>
   HRESULT Make(std::size_t count, LengthOf length_of, Write write) noexcept;
 
