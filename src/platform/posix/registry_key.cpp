@@ -261,49 +261,49 @@ LSTATUS Key::CountChange() const noexcept {
 
 // A listing that was good before the change of this handle's own is kept good.
 void Key::Follow(std::uint64_t before, Entry kind, std::u16string_view name, bool added) {
-  for (Listing& listing : listings_) {
-    listing.valid = listing.valid && listing.changes == before;
-    listing.changes = before + 1;
+  for (std::unique_ptr<Listing>& listing : listings_) {
+    if (listing && listing->changes != before) listing.reset();
+    if (listing) listing->changes = before + 1;
   }
-  Listing& listing = listings_[static_cast<int>(kind)];
-  if (!listing.valid) return;
-  listing.valid = false;  // until the change is in it: an allocation may fail
+  std::unique_ptr<Listing>& place = listings_[static_cast<int>(kind)];
+  std::unique_ptr<Listing> listing = std::move(place);  // none until the change is in it: an allocation may fail
+  if (!listing) return;
   std::u16string entry(name);
-  auto at = std::lower_bound(listing.names.begin(), listing.names.end(), entry, NameLess);
+  auto at = std::lower_bound(listing->names.begin(), listing->names.end(), entry, NameLess);
   if (added) {
-    listing.names.insert(at, std::move(entry));
+    listing->names.insert(at, std::move(entry));
   } else {
-    listing.names.erase(at);
+    listing->names.erase(at);
   }
-  listing.valid = true;
+  place = std::move(listing);
 }
 
-LSTATUS Key::MakeListing(Entry kind, Listing* listing) const {
+LSTATUS Key::MakeListing(Entry kind, std::unique_ptr<Listing>* listing) const {
   HiveLock lock;
   if (LSTATUS status = lock.Acquire(*hive_, HiveLock::Mode::kRead); status != ERROR_SUCCESS) return status;
-  listing->valid = false;
-  listing->names.clear();
-  listing->changes = Changes();
+  listing->reset();
+  auto made = std::make_unique<Listing>();
+  made->changes = Changes();
   FolderWalk walk = WalkFolder(folder_.Get());
   if (!walk) return FromErrno();
   std::u16string name;
   while (const dirent* entry = readdir(walk.get())) {
-    if (ReadEntryName(folder_.Get(), *entry, kind, &name)) listing->names.push_back(name);
+    if (ReadEntryName(folder_.Get(), *entry, kind, &name)) made->names.push_back(name);
   }
-  std::sort(listing->names.begin(), listing->names.end(), NameLess);
-  listing->valid = true;
+  std::sort(made->names.begin(), made->names.end(), NameLess);
+  *listing = std::move(made);
   return ERROR_SUCCESS;
 }
 
 LSTATUS Key::NameAt(Entry kind, DWORD index, std::u16string* name) {
   std::scoped_lock own(mutex_);
   if (LSTATUS status = CheckAlive(); status != ERROR_SUCCESS) return status;
-  Listing& listing = listings_[static_cast<int>(kind)];
-  if (!listing.valid || listing.changes != Changes()) {
+  std::unique_ptr<Listing>& listing = listings_[static_cast<int>(kind)];
+  if (!listing || listing->changes != Changes()) {
     if (LSTATUS status = MakeListing(kind, &listing); status != ERROR_SUCCESS) return status;
   }
-  if (index >= listing.names.size()) return ERROR_NO_MORE_ITEMS;
-  *name = listing.names[index];
+  if (index >= listing->names.size()) return ERROR_NO_MORE_ITEMS;
+  *name = listing->names[index];
   return ERROR_SUCCESS;
 }
 

@@ -43,8 +43,7 @@ class Key : NonCopyable {
 
  private:
   struct Listing {
-    bool valid = false;
-    std::uint64_t changes = 0;      // the key's count when it was made
+    std::uint64_t changes = 0;         // the key's count when it was made
     std::deque<std::u16string> names;  // in name order; a deque loses its first element in constant time
   };
 
@@ -53,7 +52,7 @@ class Key : NonCopyable {
   std::uint64_t Changes() const noexcept;
   LSTATUS CountChange() const noexcept;
   LSTATUS Remove() const;
-  LSTATUS MakeListing(Entry kind, Listing* listing) const;
+  LSTATUS MakeListing(Entry kind, std::unique_ptr<Listing>* listing) const;
   void Follow(std::uint64_t before, Entry kind, std::u16string_view name, bool added);
 
   std::shared_ptr<const Hive> hive_;
@@ -62,7 +61,7 @@ class Key : NonCopyable {
   std::u16string name_;  // as created; empty: the root
   REGSAM access_ = 0;
   std::mutex mutex_;
-  Listing listings_[2];  // guarded by mutex_, by Entry
+  std::unique_ptr<Listing> listings_[2];  // guarded by mutex_, by Entry; null: not made, or no longer good
 };
 
 }  // namespace uab
