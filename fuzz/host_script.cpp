@@ -27,14 +27,17 @@ struct AdrListPolicy {
 };
 using AdrListPtr = UniqueResource<AdrListPolicy>;
 
-}  // namespace
-
-HostScript::HostScript(Input& input, std::vector<Provider> providers, std::vector<std::string> ids, bool honest)
-    : input_(input), providers_(std::move(providers)), ids_(std::move(ids)), honest_(honest) {
+// What every script begins with.
+void MakeProfile() {
   ComPtr<ProfAdmin> profiles;
   Expect(Succeeded(ProfAdmin::Create(kAppKey, nullptr, profiles)), "there is memory");
   Expect(Succeeded(profiles->CreateProfile(profile, 0, MAPI_UNICODE)), "a profile can be made");
 }
+
+}  // namespace
+
+HostScript::HostScript(Input& input, std::vector<Provider> providers, std::vector<std::string> ids, bool honest)
+    : input_(input), providers_(std::move(providers)), ids_(std::move(ids)), honest_(honest), registry_(&MakeProfile) {}
 
 void HostScript::Run(int steps) {
   LogOn();

@@ -1,5 +1,6 @@
-// HKEY_CURRENT_USER of one run, empty at its begin. Where the registry is a stand-in of files it is kept in memory
-// instead, behind Sys(): a run then makes no system call. New identifiers count up, so that a run can be repeated.
+// HKEY_CURRENT_USER of one run, empty at its begin or as a function fills it, the same one for all runs of a program.
+// Where the registry is a stand-in of files it is kept in memory instead, behind Sys(): a run then makes no system call,
+// and only the first needs the function. New identifiers count up, so that a run can be repeated.
 #pragma once
 
 #include <memory>
@@ -18,7 +19,7 @@ inline HRESULT UAB_CALL CountedGuid(GUID* guid) {
 
 class Registry : NonCopyable {
  public:
-  Registry();
+  explicit Registry(void (*fill)() = nullptr);
   ~Registry();
 
  private:

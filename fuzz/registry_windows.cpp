@@ -7,9 +7,10 @@ struct Registry::State {
   TestHive hive;
 };
 
-Registry::Registry() : state_(std::make_unique<State>()) {
+Registry::Registry(void (*fill)()) : state_(std::make_unique<State>()) {
   counted_guids = 0;
   Sys().co_create_guid = &CountedGuid;
+  if (fill != nullptr) fill();
 }
 
 Registry::~Registry() { Sys() = before_; }
