@@ -3,108 +3,37 @@
 #include <algorithm>
 
 #include "card_lines.h"
+#include "line_writer.h"
 #include "text.h"
 
 namespace uab::vcard {
 namespace {
 
-constexpr std::size_t kLineOctets = 75;
-
-std::string_view Ending(CardStyle style) noexcept { return style.new_line == NewLine::kLf ? "\n" : "\r\n"; }
-
-std::string Escape(std::string_view text) {
-  std::string out;
-  for (char c : text) {
-    if (c == '\n') {
-      out += "\\n";
-      continue;
-    }
-    if (c == '\\' || c == ',' || c == ';') out += '\\';
-    if (c != '\r' && c != '\0') out += c;
-  }
-  return out;
+// Whether a line would take in a next one that is no card's end or begin.
+bool Swallows(std::string_view raw) {
+  if (!raw.substr(0, raw.find_last_not_of("\r\n") + 1).ends_with('=')) return false;
+  const std::string probe = std::string(raw) + "X:";
+  CardLine line;
+  return LineReader(probe).Next(line) && line.raw.size() == probe.size();
 }
 
-// Version 2.1 has no escapes, but everybody resolves them: a backslash is doubled where it would be taken for one.
-std::string EscapeBackslashes(std::string_view text) {
-  std::string out;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    out += text[i];
-    if (text[i] == '\\' && i + 1 < text.size() &&
-        std::string_view("nN,;:\\").find(text[i + 1]) != std::string_view::npos)
-      out += '\\';
-  }
-  return out;
+using Lines = std::vector<std::string_view>;
+
+Lines LinesOf(std::string_view card) {
+  Lines lines;
+  LineReader reader(card);
+  for (CardLine line; reader.Next(line);) lines.push_back(line.raw);
+  return lines;
 }
 
-// Version 2.1 has no character set of its own but the printable ones.
-// column is where the value begins in its line.
-std::string QuotedPrintable(std::string_view text, CardStyle style, std::size_t column) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string out;
-  for (char c : text) {
-    const unsigned char byte = static_cast<unsigned char>(c);
-    if (column > kLineOctets - 10) {
-      out.append("=").append(Ending(style));
-      column = 0;
-    }
-    if (byte < 32 || byte > 126 || c == '=' || c == '\\') {
-      out += {'=', kDigits[byte >> 4], kDigits[byte & 15]};
-      column += 3;
-    } else {
-      out += c;
-      ++column;
-    }
-  }
-  return out;
+// Where a line is added: in front of the card's end, and of a line before it that would take it in.
+std::size_t AddingPlace(const Lines& lines) {
+  const std::size_t end = lines.empty() ? 0 : lines.size() - 1;
+  return end > 0 && Swallows(lines[end - 1]) ? end - 1 : end;
 }
 
-// Folds in front of characters, never inside one.
-std::string Fold(std::string_view line, CardStyle style) {
-  std::string out;
-  while (line.size() > kLineOctets) {
-    std::size_t cut = kLineOctets;
-    while (cut > 1 && (static_cast<unsigned char>(line[cut]) & 0xC0) == 0x80) --cut;
-    out.append(line.substr(0, cut)).append(Ending(style)).append(" ");
-    line.remove_prefix(cut);
-  }
-  return out.append(line).append(Ending(style));
-}
-
-// head is name and parameters; structured values come with their separators, and are escaped by the caller.
-std::string MakeLine(std::string_view head, std::string_view value, CardStyle style, bool escaped = false) {
-  const std::string text = escaped               ? std::string(value)
-                           : style.version == 21 ? EscapeBackslashes(value)
-                                                 : Escape(value);
-  const bool plain = std::all_of(text.begin(), text.end(), [](char c) { return c >= 32 && c < 127; });
-  if (style.version == 21 && !plain) {
-    const std::string start = std::string(head) + ";CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:";
-    return start + QuotedPrintable(text, style, start.size()) + std::string(Ending(style));
-  }
-  return Fold(std::string(head) + ":" + text, style);
-}
-
-// Group, name and parameters of a line that gets another text: without those that tell how the old one was coded.
-std::string KeptHead(const CardLine& line) {
-  std::string head;
-  if (!line.group.empty()) head.append(line.group).append(".");
-  head.append(line.name);
-  ForEachParam(line.params, [&](std::string_view key, std::string_view value) {
-    for (std::string_view coding : {"ENCODING", "CHARSET", "VALUE"}) {
-      if (EqualNoCase(key, coding)) return;
-    }
-    if (key.empty() && EqualNoCase(value, "QUOTED-PRINTABLE")) return;
-    // A bare parameter has no name; one with an empty name keeps its equals sign.
-    head.append(";").append(key).append(key.data() == nullptr ? "" : "=").append(value);
-  });
-  // A quote that nobody closed would reach into the new text.
-  if (std::count(head.begin(), head.end(), '"') % 2 != 0) head += '"';
-  return head;
-}
-
-// Where a line is added: in front of the last END:VCARD, and of a line before it that ends with a soft line break,
-// which would swallow what comes behind.
-std::size_t EndLine(std::string_view card) {
+// The same as an offset. Time grows with the tail behind the last line only, unless there is such a line.
+std::size_t AddingOffset(std::string_view card) {
   std::size_t end = card.size();
   for (std::size_t pos = card.size(); pos >= 9 && end == card.size(); --pos) {
     if (EqualNoCase(card.substr(pos - 9, 9), "END:VCARD")) end = pos - 9;
@@ -112,42 +41,103 @@ std::size_t EndLine(std::string_view card) {
   while (end > 0 && card[end - 1] != '\n') --end;
   const std::string_view before = card.substr(0, end);
   if (!before.substr(0, before.find_last_not_of("\r\n") + 1).ends_with('=')) return end;
-  std::size_t last = 0;
-  LineReader reader(before);
-  for (CardLine line; reader.Next(line);) last = static_cast<std::size_t>(line.raw.data() - card.data());
-  const std::string probe = std::string(before.substr(last)) + "X:";
-  CardLine swallowing;
-  return LineReader(probe).Next(swallowing) && swallowing.raw.size() == probe.size() ? last : end;
+  const Lines lines = LinesOf(card);
+  return static_cast<std::size_t>(lines[AddingPlace(lines)].data() - card.data());
 }
 
-// Replaces the first line of that name, by nothing for an empty one; without such a line, adds it at the end.
-void ReplaceOrAdd(std::string& card, std::string_view name, const std::function<std::string(const CardLine*)>& make) {
+bool IsOneCard(std::string_view text) {
+  std::size_t cards = 0, size = 0;
+  ForEachCard(text, [&](std::size_t, std::size_t card_size) { ++cards, size = card_size; });
+  return cards == 1 && size == text.size();
+}
+
+// Makes a card of lines. False: some would read otherwise than they did alone, or the card would come apart. In a
+// damaged card a line may hold off another or a card within the card, so every edit is made through here.
+bool Assemble(const Lines& lines, std::string& card) {
+  std::string text;
+  for (std::string_view line : lines) text.append(line);
+  LineReader reader(text);
+  CardLine read;
+  for (std::string_view line : lines) {
+    if (!reader.Next(read) || read.raw != line) return false;
+  }
+  if (!IsOneCard(text)) return false;
+  card = std::move(text);
+  return true;
+}
+
+constexpr std::size_t kNowhere = std::string_view::npos;
+
+std::size_t PlaceOf(std::string_view card, std::string_view name) {
+  LineReader reader(card);
+  CardLine line;
+  for (std::size_t place = 0; reader.Next(line); ++place) {
+    if (EqualNoCase(line.name, name)) return place;
+  }
+  return kNowhere;
+}
+
+std::string FirstText(std::string_view card, std::string_view name) {
   LineReader reader(card);
   for (CardLine line; reader.Next(line);) {
-    if (!EqualNoCase(line.name, name)) continue;
-    const std::size_t offset = static_cast<std::size_t>(line.raw.data() - card.data());
-    const std::size_t size = line.raw.size();
-    card.replace(offset, size, make(&line));
-    return;
+    if (EqualNoCase(line.name, name)) return Unescape(DecodeValue(line));
   }
-  card.insert(EndLine(card), make(nullptr));
+  return {};
 }
 
-bool HasLine(std::string_view card, std::string_view name) {
-  LineReader reader(card);
-  for (CardLine line; reader.Next(line);) {
-    if (EqualNoCase(line.name, name)) return true;
-  }
-  return false;
-}
+using Says = std::function<bool(std::string_view card)>;
 
-void SetText(std::string& card, std::string_view name, std::string_view text) {
+// Writes a text in the line at a place, or in a new one with that head; an empty text removes the line. Of the ways to
+// do so it takes the first with which the card says what it has to. False: there is none, and nothing changes.
+bool Write(std::string& card, std::size_t place, std::string_view head, std::string_view text, const Says& says,
+           bool escaped = false) {
   const CardStyle style = StyleOf(card);
-  if (text.empty() && !HasLine(card, name)) return;
-  ReplaceOrAdd(card, name, [&](const CardLine* line) {
-    if (text.empty()) return std::string();
-    return MakeLine(line == nullptr ? std::string(name) : KeptHead(*line), text, style);
-  });
+  const Lines lines = LinesOf(card);
+  std::string made;
+  const auto attempt = [&](Lines changed) {
+    std::string result;
+    if (!Assemble(changed, result) || !says(result)) return false;
+    card = std::move(result);
+    return true;
+  };
+  if (place != kNowhere) {
+    Lines changed = lines;
+    if (text.empty()) return changed.erase(changed.begin() + static_cast<std::ptrdiff_t>(place)), attempt(changed);
+    LineReader reader(lines[place]);
+    CardLine old;
+    reader.Next(old);
+    for (const std::string& its_head : {KeptHead(old), std::string(head)}) {
+      changed[place] = made = MakeLine(its_head, text, style, escaped);
+      if (attempt(changed)) return true;
+    }
+  }
+  if (text.empty()) return true;
+  Lines changed = lines;
+  made = MakeLine(head, text, style, escaped);
+  changed.insert(changed.begin() + static_cast<std::ptrdiff_t>(AddingPlace(lines)), made);
+  return attempt(changed);
+}
+
+// Text without what no line can hold.
+std::string Clean(std::string_view text) {
+  std::string clean(Trim(text));
+  std::erase_if(clean, [](char c) { return c == '\r' || c == '\0'; });
+  return clean;
+}
+
+std::string_view FaxHead(CardStyle style) {
+  return style.version == 21 ? "TEL;FAX" : style.version == 40 ? "TEL;TYPE=fax" : "TEL;TYPE=FAX";
+}
+
+std::string_view MemberHead(CardStyle style) { return style.version == 40 ? "MEMBER" : "X-ADDRESSBOOKSERVER-MEMBER"; }
+
+// A line of one card as another would write it; as it stands if that would not say the same.
+std::string Carried(const CardLine& line, std::string_view head, CardStyle style) {
+  const std::string value = Unescape(DecodeValue(line));
+  std::string made = MakeLine(head, value, style);
+  LineReader reader(made);
+  CardLine read;
+  return reader.Next(read) && Unescape(DecodeValue(read)) == value ? made : std::string(line.raw);
 }
 
 }  // namespace
@@ -161,84 +151,103 @@ std::string NewCard(bool group, std::string_view uid, CardStyle style) {
   return card + "END:VCARD" + end;
 }
 
-void SetName(std::string& card, std::string_view name) {
-  name = Trim(name);
-  if (Summarize(card).name == name) {
-    if (HasLine(card, "FN")) return;
+bool SetName(std::string& card, std::string_view text) {
+  const std::string name = Clean(text);
+  const auto shows = [&](std::string_view changed) { return name.empty() || Summarize(changed).name == name; };
+  const std::size_t shown = PlaceOf(card, "FN");
+  if (shown != kNowhere && Summarize(card).name == name) return true;
+  std::string changed = card;
+  if (!Write(changed, shown, "FN", name, shows)) return false;
+  const std::size_t parts = PlaceOf(changed, "N");
+  if (parts != kNowhere || StyleOf(card).version != 40) {  // only there they are optional
+    const std::size_t space = name.rfind(' ');
+    const std::string family = space == std::string::npos ? name : name.substr(space + 1);
+    const std::string given = space == std::string::npos ? "" : name.substr(0, space);
+    const std::string value = Escape(family) + ";" + Escape(given) + ";;;";
+    const auto shows_both = [&](std::string_view text_now) {
+      return shows(text_now) && FirstText(text_now, "N") == Unescape(value);
+    };
+    if (!Write(changed, parts, "N", value, shows_both, true)) return false;
   }
-  SetText(card, "FN", name);
-  const CardStyle style = StyleOf(card);
-  if (!HasLine(card, "N") && style.version == 40) return;  // only there it is optional
-  const std::size_t space = name.rfind(' ');
-  const std::string_view family = space == std::string_view::npos ? name : name.substr(space + 1);
-  const std::string_view given = space == std::string_view::npos ? std::string_view() : name.substr(0, space);
-  ReplaceOrAdd(card, "N", [&](const CardLine* line) {
-    return MakeLine(line == nullptr ? "N" : KeptHead(*line), Escape(family) + ";" + Escape(given) + ";;;", style, true);
-  });
+  card = std::move(changed);
+  return true;
 }
 
-void SetFax(std::string& card, std::string_view number) {
-  number = Trim(number);
+bool SetFax(std::string& card, std::string_view text) {
+  const std::string number = Clean(text);
   const FaxLine old = FindFax(card);
-  if (old.number == number) return;
-  const CardStyle style = StyleOf(card);
-  if (old.size == 0) {
-    const std::string_view head = style.version == 21   ? "TEL;FAX"
-                                  : style.version == 40 ? "TEL;TYPE=fax"
-                                                        : "TEL;TYPE=FAX";
-    card.insert(EndLine(card), MakeLine(head, number, style));
-    return;
+  if (old.number == number) return true;
+  std::size_t place = old.size == 0 ? kNowhere : 0;
+  for (std::string_view line : LinesOf(card)) {
+    if (place == kNowhere || line.data() == card.data() + old.offset) break;
+    ++place;
   }
-  std::string replacement;
-  if (!number.empty()) {
-    LineReader reader(std::string_view(card).substr(old.offset, old.size));
-    CardLine line;
-    reader.Next(line);
-    replacement = MakeLine(KeptHead(line), number, style);
-  }
-  card.replace(old.offset, old.size, replacement);
+  const std::string shown = NumberIn(number);
+  return Write(card, place, FaxHead(StyleOf(card)), number,
+               [&](std::string_view changed) { return number.empty() || FindFax(changed).number == shown; });
 }
 
-void SetNote(std::string& card, std::string_view note) { SetText(card, "NOTE", note); }
+bool SetNote(std::string& card, std::string_view text) {
+  const std::string note = Clean(text);
+  return Write(card, PlaceOf(card, "NOTE"), "NOTE", note,
+               [&](std::string_view changed) { return note.empty() || Summarize(changed).note == note; });
+}
 
-void SetUid(std::string& card, std::string_view uid) { SetText(card, "UID", uid); }
+bool SetUid(std::string& card, std::string_view text) {
+  const std::string uid = Clean(text);
+  return Write(card, PlaceOf(card, "UID"), "UID", uid,
+               [&](std::string_view changed) { return uid.empty() || Identify(changed).uid == uid; });
+}
 
-void AddMember(std::string& card, CardStyle style, std::string_view uid) {
+bool AddMember(std::string& card, CardStyle style, std::string_view uid) {
   const std::string uri = (uid.find(':') == std::string_view::npos ? "urn:uuid:" : "") + std::string(uid);
-  const std::string_view head = style.version == 40 ? "MEMBER" : "X-ADDRESSBOOKSERVER-MEMBER";
-  card.insert(EndLine(card), MakeLine(head, uri, style));
+  const std::string line = MakeLine(MemberHead(style), uri, style);
+  const std::vector<MemberAddress> read = MembersOf(line);
+  if (read.size() != 1 || (read[0].mail ? "mailto:" : "") + read[0].text != NormalUid(uid)) return false;
+  card.insert(AddingOffset(card), line);  // ends with itself whatever follows, so that no other line changes
+  return true;
 }
 
-void RemoveMembers(std::string& card, const std::function<bool(const MemberAddress&)>& goes) {
-  std::string kept;
-  kept.reserve(card.size());
+bool RemoveMembers(std::string& card, const std::function<bool(const MemberAddress&)>& goes) {
+  Lines kept;
   LineReader reader(card);
   for (CardLine line; reader.Next(line);) {
     MemberAddress member;
     const bool drop = IsMemberLine(line.name) && ReadMember(Unescape(DecodeValue(line)), member) && goes(member);
-    if (!drop) kept.append(line.raw);
+    if (!drop) kept.push_back(line.raw);
   }
-  card = std::move(kept);
+  return Assemble(kept, card);
 }
 
 bool AdoptText(std::string& card, std::string_view text) {
-  std::size_t cards = 0, size = 0;
-  ForEachCard(text, [&](std::size_t, std::size_t card_size) { ++cards, size = card_size; });
-  if (cards != 1 || size != text.size() || Identify(text).group != Identify(card).group) return false;
+  if (!IsOneCard(text) || Identify(text).group != Identify(card).group) return false;
   const CardStyle style = StyleOf(text);
-  const std::string uid = Identify(card).uid;  // of several the one by which the card is known
+  std::string uid;
   std::vector<std::string> members;
+  MemberAddress member;
   LineReader reader(card);
   for (CardLine line; reader.Next(line);) {
-    if (IsMemberLine(line.name)) members.push_back(Unescape(DecodeValue(line)));
+    const bool names = EqualNoCase(line.name, "UID") && uid.empty() && !Trim(Unescape(DecodeValue(line))).empty();
+    if (names) uid = Carried(line, "UID", style);  // of several the one by which the card is known
+    if (IsMemberLine(line.name) && ReadMember(Unescape(DecodeValue(line)), member)) {
+      members.push_back(Carried(line, MemberHead(style), style));
+    }
   }
   std::string adopted(text);
-  RemoveMembers(adopted, [](const MemberAddress&) { return true; });
   if (!adopted.ends_with('\n')) adopted.append(Ending(style));
-  SetUid(adopted, uid);
-  for (const std::string& member : members) AddMember(adopted, style, member);
-  card = std::move(adopted);
-  return true;
+  Lines lines;
+  LineReader adopting(adopted);
+  bool named = uid.empty();
+  for (CardLine line; adopting.Next(line);) {
+    if (IsMemberLine(line.name) && ReadMember(Unescape(DecodeValue(line)), member)) continue;
+    const bool is_uid = EqualNoCase(line.name, "UID");
+    if (!is_uid || !named) lines.push_back(is_uid ? uid : line.raw);
+    named = named || is_uid;
+  }
+  Lines own(members.begin(), members.end());
+  if (!named) own.insert(own.begin(), uid);
+  lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(AddingPlace(lines)), own.begin(), own.end());
+  return Assemble(lines, card);
 }
 
 }  // namespace uab::vcard

@@ -1,5 +1,7 @@
 // Changing one card's text. Each operation rewrites the lines that it has to and leaves every other byte as it was; new
-// lines follow the card's own version and line ends. Values are UTF-8. Stateless.
+// lines follow the card's own version and line ends. It reads the result before it hands it over: where a damaged card
+// leaves no way to write so that the value reads back and all other lines read as before, it answers false and changes
+// nothing. Values are UTF-8. Stateless.
 #pragma once
 
 #include <functional>
@@ -15,20 +17,20 @@ std::string NewCard(bool group, std::string_view uid, CardStyle style);
 
 // The name to show, and with it the parts of a name: its last word becomes the family name. A name that the card shows
 // already changes nothing.
-void SetName(std::string& card, std::string_view name);
-void SetFax(std::string& card,
-            std::string_view number);  // the number that FindFax finds, or a new line; empty: removes it
-void SetNote(std::string& card, std::string_view note);
-void SetUid(std::string& card, std::string_view uid);  // replaces the UID, or adds one
+bool SetName(std::string& card, std::string_view name);
+bool SetFax(std::string& card, std::string_view number);  // what FindFax finds, or a new line; empty: removes it
+bool SetNote(std::string& card, std::string_view note);
+bool SetUid(std::string& card, std::string_view uid);  // replaces the UID, or adds one
 
-// Adds a member by its UID at the end. Time grows with the tail behind the last line only.
-void AddMember(std::string& card, CardStyle style, std::string_view uid);
+// Adds a member by its UID at the end. Time grows with the tail behind the last line only. False: no line names that
+// UID.
+bool AddMember(std::string& card, CardStyle style, std::string_view uid);
 
 // Removes the members that say so. One pass.
-void RemoveMembers(std::string& card, const std::function<bool(const MemberAddress&)>& goes);
+bool RemoveMembers(std::string& card, const std::function<bool(const MemberAddress&)>& goes);
 
 // The text of a card made to stand for another: with the other's UID and members, everything else of its own.
-// False, and nothing changes: text is not one whole card of the same kind.
+// False also where text is not one whole card of the same kind.
 bool AdoptText(std::string& card, std::string_view text);
 
 }  // namespace uab::vcard

@@ -27,14 +27,11 @@ bool ApplyProperty(std::string& text, const Property& property) {
     case PR_NULL:
       return true;
     case PR_DISPLAY_NAME_W:
-      SetName(text, ToUtf8(property.text));
-      return true;
+      return SetName(text, ToUtf8(property.text));
     case PR_EMAIL_ADDRESS_W:
-      SetFax(text, ToUtf8(property.text));
-      return true;
+      return SetFax(text, ToUtf8(property.text));
     case PR_COMMENT_W:
-      SetNote(text, ToUtf8(property.text));
-      return true;
+      return SetNote(text, ToUtf8(property.text));
     case PR_VCARD_TEXT_W:
       return AdoptText(text, ToUtf8(property.text, true));
     case PR_ADDRTYPE_W:

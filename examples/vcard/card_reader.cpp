@@ -31,12 +31,7 @@ std::string NameFromParts(const CardLine& line) {
   return name;
 }
 
-// A number as people dial it: a tel: address loses its scheme and parameters.
-std::string NumberOf(const CardLine& line) {
-  std::string number = TextOf(line);
-  if (!StartsWithNoCase(number, "tel:")) return number;
-  return number.substr(4, number.find(';') == std::string::npos ? std::string::npos : number.find(';') - 4);
-}
+std::string NumberOf(const CardLine& line) { return NumberIn(TextOf(line)); }
 
 // The higher, the better: what the owner prefers, then business, then the order in the card.
 int FaxScore(std::string_view params) noexcept {
@@ -232,6 +227,11 @@ std::vector<std::string> MailAddressesOf(std::string_view card) {
     addresses.emplace_back(StartsWithNoCase(text, "mailto:") ? text.substr(7) : text);
   }
   return addresses;
+}
+
+std::string NumberIn(std::string_view text) {
+  if (!StartsWithNoCase(text, "tel:")) return std::string(text);
+  return std::string(text.substr(4, text.find(';') == std::string_view::npos ? text.size() : text.find(';') - 4));
 }
 
 FaxLine FindFax(std::string_view card) {

@@ -62,4 +62,7 @@ struct FaxLine {
 };
 FaxLine FindFax(std::string_view card);
 
+// A number as people dial it: a tel: address loses its scheme and parameters.
+std::string NumberIn(std::string_view text);
+
 }  // namespace uab::vcard

@@ -144,7 +144,7 @@ bool CardStore::AddMember(CardNumber group, const std::string& uid, bool even_if
   MembersOf(group);
   std::string& text = OwnText(group);
   const CardStyle style = StyleOf(text);
-  vcard::AddMember(text, style, uid);
+  if (!vcard::AddMember(text, style, uid)) return false;
   members_[group].members.push_back({key, false});
   members_[group].uids.insert(key);
   return true;

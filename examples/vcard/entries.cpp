@@ -84,9 +84,10 @@ class List final : public CardObject<ContainerObject<IDistList, IID_IMAPIProp, I
       for (const std::string& mail : MailAddressesOf(store.text(card.card))) gone.insert(HashKey("mailto:" + mail));
     }
     std::string text(folder_->book(list->book).cards().text(list->card));
-    RemoveMembers(text, [&](const MemberAddress& member) {
+    const bool removed = RemoveMembers(text, [&](const MemberAddress& member) {
       return gone.contains(HashKey(member.mail ? "mailto:" + member.text : member.text));
     });
+    if (!removed) return E_ACCESSDENIED;
     folder_->ReplaceCard(*list, std::move(text));
     return folder_->book(list->book).Save(false);
   }
