@@ -2,6 +2,7 @@
 
 #include <set>
 
+#include "fuzz/table_script.h"
 #include "profiles/msg_service_admin.h"
 #include "profiles/prof_admin.h"
 #include "props/prop_values.h"
@@ -148,14 +149,7 @@ void HostScript::Open() {
 void HostScript::Browse(IABContainer& root) {
   ComPtr<IMAPITable> table;
   if (Failed(root.GetHierarchyTable(MAPI_UNICODE | (input_.OneIn(4) ? 0 : CONVENIENT_DEPTH), table.Put()))) return;
-  ULONG counted = 0;
-  Expect(Succeeded(table->GetRowCount(0, &counted)), "a table has a row count");
-  if (ChainPtr<SPropTagArray> columns = DrawTags(input_, 5)) (void)table->SetColumns(columns.Get(), 0);
-  for (RowSetPtr rows; Succeeded(table->QueryRows(3, 0, rows.Put())) && rows->cRows != 0;) {
-    Expect(rows->cRows <= counted, "as many rows as were counted");
-    counted -= rows->cRows;
-  }
-  Expect(counted == 0, "as many rows as were counted");
+  ReadTable(input_, *table.Get());
 }
 
 void HostScript::Compare() {

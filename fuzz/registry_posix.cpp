@@ -211,6 +211,8 @@ LSTATUS DeleteValue(HKEY key, const WCHAR* name) {
 
 }  // namespace
 
+HMODULE AnyLibrary() { return LoadLibraryW(UAB_TEXT("")); }  // the program
+
 struct Registry::State {};
 
 Registry::Registry(void (*fill)()) {

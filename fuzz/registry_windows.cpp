@@ -3,6 +3,8 @@
 
 namespace uab::fuzz {
 
+HMODULE AnyLibrary() { return LoadLibraryW(UAB_TEXT("kernel32.dll")); }
+
 struct Registry::State {
   TestHive hive;
 };

@@ -1,14 +1,18 @@
 // Profiles as somebody else left them in the registry: keys and values of any name, type, size and content, and over
-// them the operations of profile and service administration, in an order that the input gives.
+// them the operations of profile and service administration and logging on, in an order that the input gives. What the
+// services' libraries do is of the input too.
 #include <vector>
 
 #include "fuzz/registry.h"
+#include "fuzz/service_library.h"
+#include "fuzz/table_script.h"
 #include "fuzz/values.h"
 #include "platform/registry.h"
 #include "profiles/msg_service_admin.h"
 #include "profiles/prof_admin.h"
 #include "profiles/profile_lock.h"
 #include "profiles/stored_services.h"
+#include "session/logon.h"
 #include "tables/registry_persistence.h"
 
 namespace uab::fuzz {
@@ -19,7 +23,7 @@ constexpr const WCHAR* kRoot = UAB_TEXT("Software\\Ostrel\\QUILLDOC\\Fuzz\\UAB P
 const Text kServices[] = {UAB_TEXT("01000000000000000000000000000000"), UAB_TEXT("02000000000000000000000000000000"),
                           UAB_TEXT("0200000000000000000000000000000A"), UAB_TEXT("none")};
 
-// What stands in the definition file: two services, whose library is missing.
+// What stands in the definition file: two services, of which one has a library.
 DWORD Definitions(const WCHAR* section, WCHAR* buffer, DWORD size, const WCHAR*) {
   static constexpr WCHAR kList[] = UAB_TEXT("One = First\0Two = Second\0");
   static constexpr WCHAR kOne[] = UAB_TEXT("PR_SERVICE_DLL_NAME = one\0PR_SERVICE_ENTRY_NAME = Entry\0");
@@ -33,9 +37,8 @@ DWORD Definitions(const WCHAR* section, WCHAR* buffer, DWORD size, const WCHAR*)
 }
 
 struct World : NonCopyable {
-  explicit World(Input& its_input) : input(its_input) {
+  explicit World(Input& its_input) : input(its_input), library(its_input) {
     Sys().get_private_profile_section = &Definitions;
-    Sys().load_library = [](const WCHAR*) -> HMODULE { return nullptr; };
     Expect(Succeeded(ProfAdmin::Create(kAppKey, nullptr, profiles)), "there is memory");
   }
 
@@ -115,19 +118,6 @@ struct World : NonCopyable {
                               reinterpret_cast<const BYTE*>(data.data()), static_cast<DWORD>(data.size()));
   }
 
-  void ReadThrough(IMAPITable& table) {
-    ULONG rows_left = 0;
-    Expect(Succeeded(table.GetRowCount(0, &rows_left)), "a table has a row count");
-    ChainPtr<SPropTagArray> columns = DrawTags(input, 4);
-    if (columns) (void)table.SetColumns(columns.Get(), 0);
-    Expect(Succeeded(table.SeekRow(BOOKMARK_BEGINNING, 0, nullptr)), "a table can be rewound");
-    for (RowSetPtr rows; rows_left > 0; rows_left -= rows->cRows) {
-      const LONG count = 1 + static_cast<LONG>(input.Below(3));
-      Expect(Succeeded(table.QueryRows(count, 0, rows.Put())) && rows, "rows can be read");
-      Expect(rows->cRows != 0 && rows->cRows <= rows_left, "as many rows as were counted");
-    }
-  }
-
   void Section(IMsgServiceAdmin& admin) {
     MAPIUID uid = DrawUid();
     ComPtr<IMAPIProp> section;
@@ -140,6 +130,45 @@ struct World : NonCopyable {
     (void)section->SetProps(given, values.Get(), nullptr);
     if (ChainPtr<SPropTagArray> tags = DrawTags(input, 3)) (void)section->DeleteProps(tags.Get(), nullptr);
     if (input.OneIn(2)) (void)section->SaveChanges(0);
+    if (input.OneIn(4)) CopySection(admin, *section.Get());
+  }
+
+  void CopySection(IMsgServiceAdmin& admin, IMAPIProp& section) {
+    MAPIUID uid = DrawUid();
+    ComPtr<IMAPIProp> other;
+    if (Failed(admin.OpenProfileSection(&uid, nullptr, MAPI_MODIFY, other.Put()))) return;
+    ChainPtr<SPropTagArray> tags = DrawTags(input, 3);
+    ChainPtr<SPropProblemArray> problems;
+    const ULONG flags = MAPI_UNICODE | (input.OneIn(4) ? MAPI_NOREPLACE : 0);
+    if (input.OneIn(2)) {
+      (void)section.CopyTo(0, nullptr, tags.Get(), 0, nullptr, &IID_IMAPIProp, other.Get(), flags, problems.Put());
+    } else {
+      (void)section.CopyProps(tags.Get(), 0, nullptr, &IID_IMAPIProp, other.Get(), flags, problems.Put());
+    }
+    ChainPtr<SPropTagArray> all;
+    Expect(Succeeded(other->GetPropList(MAPI_UNICODE, all.Put())) && all, "a section can list its properties");
+    (void)other->SaveChanges(0);
+  }
+
+  void LogOn() {
+    Text name = DrawProfile(), app_key = kAppKey;
+    const ULONG flags = MAPI_UNICODE | (input.OneIn(4) ? UAB_DEFAULT_PROFILE : 0);
+    ComPtr<IAddrBook> book;
+    ComPtr<IUABSession> session;
+    HRESULT hr = Logon({app_key.data(), nullptr, 0, flags}, name.c_str(), book.Put(), session.Put());
+    Expect(Succeeded(hr) == static_cast<bool>(session) && (session || !book), "a session comes with success");
+    ULONG type = 0;
+    ComPtr<IUnknown> root;
+    ComPtr<IMAPITable> table;
+    if (book && Succeeded(book->OpenEntry(0, nullptr, nullptr, 0, &type, root.Put())) &&
+        Succeeded(static_cast<IABContainer*>(root.Get())->GetHierarchyTable(MAPI_UNICODE, table.Put()))) {
+      ReadTable(input, *table.Get());
+    }
+    table.Reset();
+    root.Reset();
+    book.Reset();
+    session.Reset();
+    Expect(library.held() == 0, "everything is given back");
   }
 
   void Administer() {
@@ -151,7 +180,7 @@ struct World : NonCopyable {
       ComPtr<IMAPITable> table;
       switch (input.Below(5)) {
         case 0:
-          if (Succeeded(admin->GetMsgServiceTable(MAPI_UNICODE, table.Put()))) ReadThrough(*table.Get());
+          if (Succeeded(admin->GetMsgServiceTable(MAPI_UNICODE, table.Put()))) ReadTable(input, *table.Get());
           break;
         case 1: {
           const auto count = static_cast<ULONG>(input.Below(4));
@@ -237,7 +266,7 @@ struct World : NonCopyable {
         (void)profiles->SetDefaultProfile(name.data(), MAPI_UNICODE);
         break;
       case 5:
-        if (Succeeded(profiles->GetProfileTable(MAPI_UNICODE, table.Put()))) ReadThrough(*table.Get());
+        if (Succeeded(profiles->GetProfileTable(MAPI_UNICODE, table.Put()))) ReadTable(input, *table.Get());
         break;
       case 6:
         return SaveAndCompare();
@@ -245,6 +274,8 @@ struct World : NonCopyable {
         return Administer();
       case 8:
         return WriteUnfinished();
+      case 9:
+        return LogOn();
       default:
         return WriteHostile();
     }
@@ -252,6 +283,7 @@ struct World : NonCopyable {
 
   Input& input;
   Registry registry;
+  ServiceLibrary library;
   ComPtr<ProfAdmin> profiles;
   bool long_names = false;  // so that a key can't be read any more
 };
