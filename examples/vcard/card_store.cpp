@@ -163,24 +163,35 @@ std::optional<CardNumber> CardStore::FindMail(const CardKey& address) {
 }
 
 std::string CardStore::Serialize() const {
+  constexpr std::string_view kEmptyCard = "BEGIN:VCARD\r\nEND:VCARD\r\n", kMark = "\xEF\xBB\xBF";
+  const auto never_ends = [](std::string_view text) { return ForEachCard(text, [](std::size_t, std::size_t) {}) != 0; };
+  const std::string_view file = file_;
   std::string out;
-  out.reserve(file_.size() + file_.size() / 8);
+  out.reserve(file.size() + file.size() / 8);
   std::size_t pos = 0;
+  bool adding = false;
   for (CardNumber card = 0; card < size(); ++card) {
     const Card& entry = cards_[card];
+    std::string_view before;
     if (entry.size != 0) {
-      out.append(file_, pos, entry.offset - pos);
+      before = file.substr(pos, entry.offset - pos);
       pos = entry.offset + entry.size;
-    } else if (pos < file_.size()) {  // the first of the added ones, which all come behind
-      out.append(file_, pos);
-      pos = file_.size();
+    } else if (!adding) {  // the first of the added ones: at the end, but in front of a card that never ends
+      adding = true;
+      before = file.substr(pos);
+      if (never_ends(before)) before = pos == 0 && file.starts_with(kMark) ? kMark : "";
+      pos += before.size();
     }
-    if (deleted(card)) continue;
-    if (entry.size == 0 && !out.empty() && out.back() != '\n') out.append("\r\n");
+    out.append(before);
+    if (deleted(card)) {  // what never ends before it would go on behind it, to somebody else's end
+      if (entry.size != 0 && never_ends(before)) out.append(kEmptyCard);
+      continue;
+    }
+    if (adding && !out.empty() && out.back() != '\n') out.append("\r\n");
     out.append(text(card));
   }
-  if (pos < file_.size()) out.append(file_, pos);
-  return out;
+  if (adding && pos < file.size() && !out.empty() && out.back() != '\n') out.append("\r\n");
+  return out.append(file.substr(pos));
 }
 
 }  // namespace uab::vcard
