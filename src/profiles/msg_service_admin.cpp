@@ -167,8 +167,8 @@ HRESULT MsgServiceAdmin::SetServiceProps(const MAPIUID& uid, ULONG count, const 
 HRESULT MsgServiceAdmin::ReadService(const MAPIUID& uid, SRow& service) noexcept {
   LockedScope scope(table_section_);
   if (HRESULT hr = NeedServiceTable(); Failed(hr)) return hr;
-  const TableRow* row = table_->FirstMatch(UidValue(uid));
-  return row != nullptr ? ProjectRow(*row, nullptr, service) : MAPI_E_NOT_FOUND;
+  const std::size_t found = table_->FirstMatch(UidValue(uid));
+  return found != kNowhere ? ProjectRow(table_->row(found), nullptr, service) : MAPI_E_NOT_FOUND;
 }
 
 HRESULT MsgServiceAdmin::OpenProfileSection(MAPIUID* uid, const IID*, ULONG, IMAPIProp** section) noexcept {

@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "platform/at_boundary.h"
-#include "props/record_match.h"
 
 namespace uab {
 namespace {
@@ -18,10 +17,6 @@ HRESULT CopyTags(const SPropTagArray& tags, ChainPtr<SPropTagArray>& copy) noexc
   HRESULT hr = AllocateInto(copy, size);
   if (Succeeded(hr)) std::memcpy(copy.Get(), &tags, size);
   return hr;
-}
-
-bool HoldsValue(const TableRow& row, const SPropValue& value) noexcept {
-  return MatchRecord(row.Find(value.ulPropTag), value) == S_OK;
 }
 
 }  // namespace
@@ -42,24 +37,31 @@ HRESULT MemTable::AddRow(const SRow& row, std::size_t index) noexcept {
 HRESULT MemTable::InsertRow(TableRow row, std::size_t index) noexcept {
   return at_boundary([&] {
     LockedScope scope(section_);
+    index_.Forget();
     auto at = rows_.begin() + static_cast<std::ptrdiff_t>(std::min(index, rows_.size()));
     rows_.insert(at, std::move(row));
     return S_OK;
   });
 }
 
-TableRow* MemTable::FirstMatch(const SPropValue& key) noexcept {
+std::size_t MemTable::FirstMatch(const SPropValue& key) noexcept {
   LockedScope scope(section_);
-  auto found = std::find_if(rows_.begin(), rows_.end(), [&](const TableRow& row) { return HoldsValue(row, key); });
-  return found == rows_.end() ? nullptr : &*found;
+  return index_.Find(rows_, key);
+}
+
+void MemTable::ReplaceRow(std::size_t index, TableRow row) noexcept {
+  LockedScope scope(section_);
+  index_.Replaced(rows_[index], row);
+  rows_[index] = std::move(row);
 }
 
 HRESULT MemTable::DeleteRow(const SPropValue& key) noexcept {
   LockedScope scope(section_);
-  auto found = std::find_if(rows_.begin(), rows_.end(), [&](const TableRow& row) { return HoldsValue(row, key); });
-  if (found == rows_.end()) return MAPI_E_NOT_FOUND;
-  if (static_cast<std::size_t>(found - rows_.begin()) < position_) --position_;
-  rows_.erase(found);
+  std::size_t found = index_.Find(rows_, key);
+  if (found == kNowhere) return MAPI_E_NOT_FOUND;
+  if (found < position_) --position_;
+  index_.Forget();
+  rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(found));
   return S_OK;
 }
 

@@ -11,6 +11,7 @@
 #include "frame/com_object.h"
 #include "keluab/iids.h"
 #include "keluab/tables.h"
+#include "tables/row_index.h"
 #include "tables/table_row.h"
 
 namespace uab {
@@ -27,15 +28,16 @@ class MemTable final : public ComObject<MemTable, IMAPITable, &IID_IMAPITable> {
   HRESULT AddRow(const SRow& row, std::size_t index) noexcept;
   HRESULT InsertRow(TableRow row, std::size_t index) noexcept;
 
-  // The first row that holds exactly the key's property (see MatchRecord); null when there is none.
-  TableRow* FirstMatch(const SPropValue& key) noexcept;
-  bool HasRow(const SPropValue& key) noexcept { return FirstMatch(key) != nullptr; }
+  // The index of the first row that holds exactly the key's property (see MatchRecord); kNowhere when there is none.
+  std::size_t FirstMatch(const SPropValue& key) noexcept;
+  bool HasRow(const SPropValue& key) noexcept { return FirstMatch(key) != kNowhere; }
 
   // Removes the first such row. MAPI_E_NOT_FOUND. A position behind it moves with its row.
   HRESULT DeleteRow(const SPropValue& key) noexcept;
 
   std::size_t row_count() const noexcept { return rows_.size(); }
-  TableRow& row(std::size_t index) noexcept { return rows_[index]; }
+  const TableRow& row(std::size_t index) const noexcept { return rows_[index]; }
+  void ReplaceRow(std::size_t index, TableRow row) noexcept;
 
   // IMAPITable ------------------------------------------------------------------------------------------------------
 
@@ -67,6 +69,7 @@ class MemTable final : public ComObject<MemTable, IMAPITable, &IID_IMAPITable> {
 
  private:
   std::deque<TableRow> rows_;
+  RowIndex index_;
   ChainPtr<SPropTagArray> columns_;  // none: all of a row's properties
   std::size_t position_ = 0;         // of the next row to be read, at most the row count
 };

@@ -207,10 +207,11 @@ HRESULT SaveTable(MemTable& table, HKEY profile_key) noexcept {
 
 HRESULT UpdateRowAndSave(MemTable& table, const SPropValue& key, ULONG count, const SPropValue* values,
                          HKEY profile_key) noexcept {
-  TableRow* row = table.FirstMatch(key);
-  if (row == nullptr || count == 0) return MAPI_E_NOT_FOUND;
+  const std::size_t found = table.FirstMatch(key);
+  if (found == kNowhere || count == 0) return MAPI_E_NOT_FOUND;
+  const TableRow& row = table.row(found);
   PropList list;
-  if (HRESULT hr = row->Unpack(list); Failed(hr)) return hr;
+  if (HRESULT hr = row.Unpack(list); Failed(hr)) return hr;
   for (ULONG i = 0; i < count; ++i) {
     if (HRESULT hr = list.Set(values[i]); Failed(hr)) return hr;
   }
@@ -218,10 +219,10 @@ HRESULT UpdateRowAndSave(MemTable& table, const SPropValue& key, ULONG count, co
   if (HRESULT hr = updated.Pack(list); Failed(hr)) return hr;
   HRESULT hr = SaveRow(profile_key, updated);
   if (Failed(hr)) {
-    at_boundary([&] { return SaveRowAs(profile_key, *row, OtherRecords::kDelete); });  // what was written is undone
+    at_boundary([&] { return SaveRowAs(profile_key, row, OtherRecords::kDelete); });  // what was written is undone
     return hr;
   }
-  *row = std::move(updated);
+  table.ReplaceRow(found, std::move(updated));
   return S_OK;
 }
 

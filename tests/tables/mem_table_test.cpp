@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
+#include <random>
 #include <vector>
 
 #include "support/values.h"
@@ -133,6 +135,43 @@ TEST_F(MemTableTest, ColumnsShapeTheRows) {
   EXPECT_EQ(row.lpProps[1].Value.err, MAPI_E_NOT_FOUND);
   EXPECT_EQ(row.lpProps[2].ulPropTag, PR_NULL);
   EXPECT_EQ(row.lpProps[2].Value.x, 0);
+}
+
+// Repeated searches are answered from a list: whatever happens to the rows between them, as by a walk.
+TEST_F(MemTableTest, FindsTheFirstRowOfAnIdentifier) {
+  std::vector<BYTE> ids;
+  std::minstd_rand random(1);
+  auto id_of = [](const BYTE& id) { return BinaryValue(PR_SERVICE_UID, &id, 1); };
+  auto check = [&] {
+    for (BYTE id = 0; id < 8; ++id) {
+      auto first = std::find(ids.begin(), ids.end(), id);
+      ASSERT_EQ(table_->FirstMatch(id_of(id)), first == ids.end() ? kNowhere : first - ids.begin());
+    }
+    if (random() % 4 != 0) return;
+    ASSERT_EQ(table_->FirstMatch(BinaryValue(PR_ENTRYID, &random, 1)), kNowhere);
+  };
+  for (int step = 0; step < 400; ++step) {
+    const BYTE id = random() % 8;
+    const std::size_t at = random() % (ids.size() + 1);
+    SPropValue value = id_of(id);
+    TableRow row;
+    ASSERT_EQ(row.Build(SRow{0, 1, &value}), S_OK);
+    switch (random() % 3) {
+      case 0:
+        ASSERT_EQ(table_->InsertRow(std::move(row), at), S_OK);
+        ids.insert(ids.begin() + static_cast<std::ptrdiff_t>(at), id);
+        break;
+      case 1:
+        if (table_->DeleteRow(value) == S_OK) ids.erase(std::find(ids.begin(), ids.end(), id));
+        break;
+      default:
+        if (at == ids.size()) break;
+        table_->ReplaceRow(at, std::move(row));
+        ids[at] = id;
+    }
+    // Sometimes twice, sometimes not at all.
+    for (auto again = random() % 3; again > 0; --again) check();
+  }
 }
 
 TEST_F(MemTableTest, DeletingRemovesTheFirstMatch) {

@@ -225,7 +225,7 @@ TEST_F(RegistryPersistence, SavingATableLeavesItsRowsAndTheSettings) {
   auto loaded = TableOf();
   ASSERT_EQ(LoadTable(*loaded, key_.Get()), S_OK);
   ASSERT_EQ(loaded->row_count(), 2u);
-  EXPECT_EQ(loaded->FirstMatch(BinaryValue(PR_SERVICE_UID, kUids[1], 16)), &loaded->row(0));  // in name order
+  EXPECT_EQ(loaded->FirstMatch(BinaryValue(PR_SERVICE_UID, kUids[1], 16)), 0u);  // in name order
 }
 
 TEST_F(RegistryPersistence, UpdatesARowOrNothing) {
@@ -238,7 +238,7 @@ TEST_F(RegistryPersistence, UpdatesARowOrNothing) {
   EXPECT_TRUE(ReadServices(key_.Get()).empty());
   EXPECT_FALSE(table->HasRow(values[0]));
   EXPECT_EQ(UpdateRowAndSave(*table, key, 1, values, key_.Get()), S_OK);
-  EXPECT_EQ(table->FirstMatch(values[0]), &table->row(1));
+  EXPECT_EQ(table->FirstMatch(values[0]), 1u);
   EXPECT_EQ(ReadServices(key_.Get()).size(), 1u);
 }
 
