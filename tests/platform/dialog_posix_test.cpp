@@ -22,11 +22,13 @@ UAB_TERMINAL_DIALOG(7) = {sizeof(uab::TerminalDialog), 5, u"Title", nullptr, con
 namespace uab {
 namespace {
 
-std::vector<std::string> messages;
-std::function<INT_PTR(HWND, UINT, WPARAM)> handler;
+using Handler = std::function<INT_PTR(HWND, UINT, WPARAM)>;
+
+std::string messages;
+Handler handler;
 
 INT_PTR Procedure(HWND window, UINT message, WPARAM wparam, LPARAM) {
-  if (message == WM_COMMAND) messages.push_back(std::to_string(LOWORD(wparam)) + ":" + std::to_string(HIWORD(wparam)));
+  if (message == WM_COMMAND) messages += std::to_string(LOWORD(wparam)) + ":" + std::to_string(HIWORD(wparam)) + " ";
   if (message == WM_INITDIALOG) {
     for (const WCHAR* text : {u"one", u"two\x1B[2J"}) {
       SendDlgItemMessageW(window, 10, LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text));
@@ -39,24 +41,26 @@ INT_PTR Procedure(HWND window, UINT message, WPARAM wparam, LPARAM) {
 
 INT_PTR ShowDialog(WORD id = 7) { return DialogBoxParamW(nullptr, MAKEINTRESOURCEW(id), nullptr, &Procedure, 0); }
 
+INT_PTR Show(const char* commands) {
+  DialogScript script(commands);
+  return ShowDialog();
+}
+
 TEST(TerminalDialog, CommandsBecomeMessages) {
-  struct {
-    const char* commands;
-    std::vector<std::string> sent;
+  const struct {
+    const char *commands, *sent;
     INT_PTR result;
   } cases[] = {
-      {"", {"2:0"}, IDCANCEL},
-      {"ok", {"1:0"}, IDOK},
-      {"# nothing\n\n  OK  \ncancel\n", {"1:0"}, IDOK},
-      {"select 2\ndouble 1\nok\n", {"10:1", "10:1", "10:2", "1:0"}, IDOK},
-      {"select 0\nselect 3\nselect\nselect -1\nselect 99999999999\nselect x\nok\n", {"1:0"}, IDOK},
-      {"press 11\npress remove & go\npress REMOVE &\nok\n", {"11:0", "11:0", "11:0", "1:0"}, IDOK},
-      {"press re\npress 12\npress 10\npress 5\npress\nwhat\nfocus 12\nok\n", {"1:0"}, IDOK},  // none of them goes
+      {"", "2:0 ", IDCANCEL},
+      {"# nothing\n\n  OK  \ncancel\n", "1:0 ", IDOK},
+      {"select 2\ndouble 1\nok\n", "10:1 10:1 10:2 1:0 ", IDOK},
+      {"select 0\nselect 3\nselect\nselect -1\nselect 99999999999\nselect x\nok\n", "1:0 ", IDOK},
+      {"press 11\npress remove & go\npress REMOVE &\nok\n", "11:0 11:0 11:0 1:0 ", IDOK},
+      {"press re\npress 12\npress 10\npress 5\npress\nwhat\nfocus 12\nok\n", "1:0 ", IDOK},  // none of them goes
   };
   for (const auto& each : cases) {
     messages.clear();
-    DialogScript script(each.commands);
-    EXPECT_EQ(ShowDialog(), each.result) << each.commands;
+    EXPECT_EQ(Show(each.commands), each.result) << each.commands;
     EXPECT_EQ(messages, each.sent) << each.commands;
   }
 }
@@ -67,30 +71,25 @@ TEST(TerminalDialog, ShowsTextOnly) {
   const char* kShown =
       "\n== Title ==\n  Label\n  Lines:\n      1  one\n    * 2  two?[2J\n  [Remove & go]  11\n"
       "  [Remove all]  12  (disabled)\n  []  13  (default)\n";
-  std::string output = script.Finish();
+  const std::string output = script.Finish();
   EXPECT_NE(output.find(kShown), std::string::npos) << output;
   EXPECT_NE(output.find("That button is disabled."), std::string::npos) << output;
 }
 
 TEST(TerminalDialog, EndsWhateverTheProcedureDoes) {
   int destroyed = 0;
-  struct {
-    std::function<INT_PTR(HWND, UINT, WPARAM)> handler;
-    INT_PTR result;
-  } cases[] = {
-      {[](HWND, UINT, WPARAM) -> INT_PTR { return FALSE; }, IDCANCEL},  // never closes: the end of the input does
-      {[](HWND window, UINT message, WPARAM) -> INT_PTR { return message == WM_INITDIALOG && EndDialog(window, 9); },
-       9},
-      {[](HWND, UINT message, WPARAM) -> INT_PTR { return message == WM_COMMAND ? throw 1 : FALSE; }, -1},
-      {[](HWND, UINT message, WPARAM) -> INT_PTR { return message == WM_INITDIALOG ? throw 1 : FALSE; }, -1},
+  const std::pair<Handler, INT_PTR> cases[] = {
+      {[](HWND, UINT, WPARAM) { return FALSE; }, IDCANCEL},  // never closes: the end of the input does
+      {[](HWND window, UINT message, WPARAM) { return message == WM_INITDIALOG && EndDialog(window, 9); }, 9},
+      {[](HWND, UINT message, WPARAM) { return message == WM_COMMAND ? throw 1 : FALSE; }, -1},
+      {[](HWND, UINT message, WPARAM) { return message == WM_INITDIALOG ? throw 1 : FALSE; }, -1},
   };
-  for (const auto& each : cases) {
+  for (const auto& [handle, result] : cases) {
     handler = [&](HWND window, UINT message, WPARAM wparam) {
       if (message == WM_DESTROY) ++destroyed;
-      return each.handler(window, message, wparam);
+      return handle(window, message, wparam);
     };
-    DialogScript script("");
-    EXPECT_EQ(ShowDialog(), each.result);
+    EXPECT_EQ(Show(""), result);
   }
   EXPECT_EQ(destroyed, 4);
   handler = nullptr;
@@ -110,8 +109,7 @@ TEST(TerminalDialog, NestedDialogsAndStaleHandles) {
     EXPECT_EQ(GetWindowLongPtrW(outer, GWLP_USERDATA), 77);
     return TRUE;
   };
-  DialogScript script("press 11\npress 11\nok\n");
-  EXPECT_EQ(ShowDialog(), IDCANCEL);
+  EXPECT_EQ(Show("press 11\npress 11\nok\n"), IDCANCEL);
   handler = nullptr;
   for (HWND window : {outer, inner, button, HWND{}, reinterpret_cast<HWND>(~ULONG_PTR{0})}) {
     RECT rect;

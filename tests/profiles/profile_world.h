@@ -43,16 +43,8 @@ inline Profiles ReadProfiles() {
 inline Text RecordedDefault() {
   UniqueKey root;
   if (Failed(OpenKey(HKEY_CURRENT_USER, kRoot, KEY_READ, &root))) return {};
-  Bytes data = ReadBytes(root.Get(), UAB_TEXT("DefaultProfile"));
+  Data data = ReadBytes(root.Get(), UAB_TEXT("DefaultProfile"));
   return data.empty() ? Text() : Text(reinterpret_cast<const WCHAR*>(data.data()));
-}
-
-inline void EmptyRoot() {
-  UniqueKey root;
-  if (Failed(OpenKey(HKEY_CURRENT_USER, kRoot, KEY_ALL_ACCESS, &root))) return;
-  WCHAR name[kKeyNameCapacity];
-  EXPECT_EQ(DeleteKeyTree(root.Get(), name), S_OK);
-  RegDeleteValueW(root.Get(), UAB_TEXT("DefaultProfile"));
 }
 
 inline std::vector<SPropValue*> RowsOf(const SRowSet& rows) {
@@ -77,6 +69,13 @@ class ProfileWorld : public testing::Test {
   ProfileWorld() {
     OfferHostValue(reinterpret_cast<ULONG_PTR>(&script));
     script = {[](const EntryCall&) -> HRESULT { return S_OK; }, false};
+    Sys().co_create_guid = [](GUID* guid) -> HRESULT {  // services are listed in the order in which they are made
+      static ULONG count = 0;
+      *guid = {};
+      ++count;
+      for (int i = 0; i < 4; ++i) guid->Data4[7 - i] = static_cast<BYTE>(count >> 8 * i);
+      return S_OK;
+    };
     WCHAR program[260];
     GetModuleFileNameW(nullptr, program, 260);
     std::filesystem::copy_file(std::filesystem::path(program).parent_path() / KELUAB_TEST_SERVICE,
@@ -94,6 +93,18 @@ class ProfileWorld : public testing::Test {
                     "\nPR_SERVICE_ENTRY_NAME = NoEntry\n"
                     "[Lost]\nPR_SERVICE_DLL_NAME = missing.lib\nPR_SERVICE_ENTRY_NAME = TestEntry\n"
                     "[Empty]\nPR_SERVICE_DLL_NAME = KELUAB.ini\nPR_SERVICE_ENTRY_NAME = TestEntry\n");
+    Empty();
+  }
+  ~ProfileWorld() override { Sys().co_create_guid = &CoCreateGuid; }
+
+  // No profile is left, and the administration object is a new one.
+  void Empty() {
+    UniqueKey root;
+    WCHAR name[kKeyNameCapacity];
+    if (Succeeded(OpenKey(HKEY_CURRENT_USER, kRoot, KEY_ALL_ACCESS, &root))) {
+      EXPECT_EQ(DeleteKeyTree(root.Get(), name), S_OK);
+      RegDeleteValueW(root.Get(), UAB_TEXT("DefaultProfile"));
+    }
     EXPECT_EQ(UABAdminProfiles(kAppKey, nullptr, MAPI_UNICODE, admin_.Put(), 0), S_OK);
   }
 

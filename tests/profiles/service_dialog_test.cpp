@@ -6,7 +6,6 @@
 #include "profiles/profile_world.h"
 #include "support/dialog_script.h"
 #include "support/failure_sweep.h"
-#include "support/unwatched_system_calls.h"
 
 namespace uab {
 namespace {
@@ -65,25 +64,15 @@ HRESULT Configure(const EntryCall& call) {
 
 class ServiceDialogTest : public ProfileWorld {
  protected:
-  void SetUp() override {
-    Sys().dialog_box_param = &ShowRecorded;
-    Sys().co_create_guid = [](GUID* guid) -> HRESULT {  // services are listed in the order in which they are made
-      static BYTE count = 0;
-      *guid = {};
-      guid->Data4[7] = ++count;
-      return S_OK;
-    };
-  }
+  void SetUp() override { Sys().dialog_box_param = &ShowRecorded; }
   void TearDown() override {
     Sys().dialog_box_param = &DialogBoxParamW;
-    Sys().co_create_guid = &CoCreateGuid;
     during = nullptr;
   }
 
   // A profile with services "A", "B" ... that have these flags.
   void Make(const std::vector<ULONG>& flags) {
-    EmptyRoot();
-    ASSERT_EQ(UABAdminProfiles(kAppKey, nullptr, MAPI_UNICODE, admin_.Put(), 0), S_OK);
+    Empty();
     ASSERT_EQ(Create(kA), S_OK);
     script.behave = &Configure;
     auto services = Admin(kA);
@@ -115,7 +104,7 @@ class ServiceDialogTest : public ProfileWorld {
     if (Failed(
             OpenKey(HKEY_CURRENT_USER, UAB_TEXT("Software\\Ostrel\\QUILLDOC\\App\\UAB Profiles\\WAB"), KEY_READ, &key)))
       return "-";
-    const Bytes data = ReadBytes(key.Get(), UAB_TEXT("WAB File Name"));
+    const Data data = ReadBytes(key.Get(), UAB_TEXT("WAB File Name"));
     const Text text(reinterpret_cast<const WCHAR*>(data.data()));
     EXPECT_EQ(data.size(), 2 * (text.size() + 1));
     return std::string(text.begin(), text.end());
@@ -212,7 +201,6 @@ TEST_F(ServiceDialogTest, NothingIsLeftHoweverTheWindowGoes) {
 TEST_F(ServiceDialogTest, RunsOutOfMemoryWithoutHarm) {
   Sys().dialog_box_param = &DialogBoxParamW;
   Make({0});
-  UnwatchedSystemCalls unwatched;
   struct State {
     ComPtr<IMsgServiceAdmin> services;
     std::unique_ptr<DialogScript> user;

@@ -5,7 +5,6 @@
 #include "support/bad_calls.h"
 #include "support/failure_sweep.h"
 #include "support/fault_count.h"
-#include "support/unwatched_system_calls.h"
 
 namespace uab {
 namespace {
@@ -112,7 +111,6 @@ struct WholeSession : LogonTest {
 };
 
 TEST_F(WholeSession, SurvivesAnyFailingAllocation) {
-  UnwatchedSystemCalls unwatched;
   ForEachAllocationFailure([&] { return Restore(), 0; }, [&](int) { return Change(); },
                            [&](int, HRESULT hr) { Check(hr, {E_OUTOFMEMORY, MAPI_E_LOGON_FAILED}); }, {.stride = Stride(2)});
 }

@@ -1,25 +1,22 @@
 #include "session/staged_world.h"
 
 #include "keluab/keluab.h"
-#include "platform/registry.h"
 #include "profiles/profile_lock.h"
+#include "tables/registry_contents.h"
 
 namespace uab {
 namespace {
 
 // All values of a key and of what is below it.
-std::string TextOfKey(HKEY parent, const WCHAR* name) {
-  UniqueKey key;
-  EXPECT_EQ(OpenKey(parent, name, KEY_READ, &key), S_OK);
+std::string TextOfKey(HKEY key) {
   std::string text;
-  WCHAR part[300];
-  for (DWORD i = 0; EnumValueName(key.Get(), i, part, 300) == 0; ++i) {
-    BYTE data[1000];
-    DWORD size = sizeof(data), type = 0;
-    EXPECT_EQ(RegQueryValueExW(key.Get(), part, nullptr, &type, data, &size), 0);
-    text += Bytes(part, Text(part).size() * sizeof(WCHAR)) + std::to_string(type) + Bytes(data, size);
+  auto add = [&text](const auto& range) { text.append(range.begin(), range.end()); };
+  for (const auto& [name, data] : ReadValues(key)) add(name), add(data);
+  for (const Text& name : NamesIn(key, &EnumSubkey)) {
+    UniqueKey subkey;
+    EXPECT_EQ(OpenKey(key, name.c_str(), KEY_READ, &subkey), S_OK);
+    text += TextOfKey(subkey.Get());
   }
-  for (DWORD i = 0; EnumSubkey(key.Get(), i, part, 300) == 0; ++i) text += TextOfKey(key.Get(), part);
   return text;
 }
 
@@ -101,7 +98,7 @@ HRESULT LogonTest::Expand(IUABSession& session, AdrListPtr& list) {
 std::string Stored() {
   ProfileLock lock;
   EXPECT_EQ(lock.AcquireToRead(UAB_TEXT("Staged")), S_OK);
-  return TextOfKey(HKEY_CURRENT_USER, UAB_TEXT("Software\\Ostrel"));
+  return TextOfKey(HKEY_CURRENT_USER);
 }
 
 }  // namespace uab

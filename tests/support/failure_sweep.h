@@ -8,8 +8,7 @@
 //
 // prepare returns the state of one run by value; it is destroyed at the end of the run. Only act runs under failure: it
 // holds no assertion and may let std::bad_alloc escape (taken for E_OUTOFMEMORY). check, without failure again, tells
-// whether the operation reported what happened or delivered the full result, and that nothing is half done. Without
-// check, every run with a refused request has to answer E_OUTOFMEMORY (a failure, for system calls).
+// whether the operation reported what happened or delivered the full result, and that nothing is half done.
 //
 // The sweep itself sees to it that
 //  - the operation succeeds when nothing is refused, and makes at least one request;
@@ -21,13 +20,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
-#include <type_traits>
 
 #include "platform/at_boundary.h"
 #include "support/heap_watch.h"
+#include "support/system_call_failure.h"
 
 namespace uab {
 
@@ -38,77 +36,67 @@ struct SweepOptions {
   std::uint32_t stride = 1;
 };
 
+enum class Requests { kAllocations, kSystemCalls };
+
 class FailureSweep : NonCopyable {
  public:
-  enum class Source { kAllocations, kSystemCalls };
-
-  FailureSweep(Source source, SweepOptions options);
-  ~FailureSweep();
+  FailureSweep(Requests requests, SweepOptions options) noexcept : requests_(requests), options_(options) {}
 
   // Begins the next run; false: all is swept, or the test has failed.
   bool Next();
   std::string Describe() const;  // which request the run refuses
 
   // The steps of a run, in their order.
-  void WatchHeap();
   template <typename Act>
   HRESULT RunRefused(Act&& act) {
-    Refuse();
-    HRESULT hr = at_boundary(act);
-    RefuseNoMore();
-    return hr;
+    SystemCallScope calls(requests_ == Requests::kSystemCalls ? &*refusing_ : nullptr);
+    std::optional<HeapCountdownScope> heap;
+    if (requests_ == Requests::kAllocations) heap.emplace(*refusing_);
+    return at_boundary(act);
   }
-  bool refused() const noexcept;    // did the run refuse a request?
-  void ExpectReported(HRESULT hr);  // what a run answers when the test has no check of its own
-  void CountRelease();
-  void EndRun(HRESULT hr);
+  void EndRun(HRESULT hr, const Countdown& releasing, const HeapWatch& watch);
 
  private:
-  struct Run;
-  void Refuse();
-  void RefuseNoMore();
+  void Expect(bool holds, const std::string& what);
 
-  const Source source_;
+  const Requests requests_;
   const SweepOptions options_;
   enum class Phase { kUntouched, kSingle, kLasting } phase_ = Phase::kUntouched;
   std::uint32_t request_ = 0;  // which one the run refuses; 0: none
   bool any_refused_ = false;
   bool failed_ = false;
-  std::unique_ptr<Run> run_;
+  std::optional<Countdown> refusing_;
 };
 
-struct ReportedFailure {};  // in the place of a check: the answer of a refused run is the failure
-
 template <typename Prepare, typename Act, typename Check>
-void SweepFailures(FailureSweep::Source source, SweepOptions options, Prepare& prepare, Act& act, Check& check) {
-  for (FailureSweep sweep(source, options); sweep.Next();) {
+void SweepFailures(Requests requests, Prepare prepare, Act act, Check check, SweepOptions options = {}) {
+  for (FailureSweep sweep(requests, options); sweep.Next();) {
     SCOPED_TRACE(sweep.Describe());
+    HeapWatch watch;
+    Countdown releasing;
     HRESULT hr;
-    sweep.WatchHeap();
     {
+      std::optional<HeapCountdownScope> release;
       auto state = prepare();
       hr = sweep.RunRefused([&]() -> HRESULT { return act(state); });
-      if constexpr (std::is_same_v<std::remove_cv_t<Check>, ReportedFailure>) {
-        sweep.ExpectReported(hr);
-      } else {
-        check(state, hr);
-      }
-      sweep.CountRelease();
+      check(state, hr);
+      if (!options.release_may_allocate) release.emplace(releasing);
     }
-    sweep.EndRun(hr);
+    sweep.EndRun(hr, releasing, watch);
   }
 }
 
-// Over the requests of memory, of the task allocator and of the general heap alike.
-template <typename Prepare, typename Act, typename Check = ReportedFailure>
-void ForEachAllocationFailure(Prepare prepare, Act act, Check check = {}, SweepOptions options = {}) {
-  SweepFailures(FailureSweep::Source::kAllocations, options, prepare, act, check);
+// Over the requests of memory, of the task allocator and of the general heap alike. What the system itself requests
+// inside its calls counts as somebody else's: so they are the same ones on every system.
+template <typename Prepare, typename Act, typename Check>
+void ForEachAllocationFailure(Prepare prepare, Act act, Check check, SweepOptions options = {}) {
+  SweepFailures(Requests::kAllocations, prepare, act, check, options);
 }
 
 // Over the calls made through Sys().
-template <typename Prepare, typename Act, typename Check = ReportedFailure>
-void ForEachSystemCallFailure(Prepare prepare, Act act, Check check = {}, SweepOptions options = {}) {
-  SweepFailures(FailureSweep::Source::kSystemCalls, options, prepare, act, check);
+template <typename Prepare, typename Act, typename Check>
+void ForEachSystemCallFailure(Prepare prepare, Act act, Check check, SweepOptions options = {}) {
+  SweepFailures(Requests::kSystemCalls, prepare, act, check, options);
 }
 
 }  // namespace uab

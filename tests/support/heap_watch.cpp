@@ -1,16 +1,15 @@
 #include "support/heap_watch.h"
 
-#include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <map>
 #include <mutex>
 #include <new>
-#include <unordered_map>
 #include <utility>
-#include <vector>
 
 #include "frame/module.h"
 #include "support/fault_count.h"
+#include "support/refusing_objects.h"
 
 namespace uab {
 namespace {
@@ -18,70 +17,43 @@ namespace {
 struct ThreadState {
   bool watched = false;
   Countdown* countdown = nullptr;
+  bool in_table = false;
 };
 constinit thread_local ThreadState thread_state;
 
 // ---- Remembered blocks ---------------------------------------------------------------------------------------------
-
-// The table of blocks must not be seen by what it watches.
-template <typename T>
-struct MallocAllocator {
-  using value_type = T;
-  MallocAllocator() = default;
-  template <typename U>
-  MallocAllocator(const MallocAllocator<U>&) noexcept {}
-  T* allocate(std::size_t count) {
-    void* block = std::malloc(count * sizeof(T));
-    if (block == nullptr) std::abort();
-    return static_cast<T*>(block);
-  }
-  void deallocate(T* block, std::size_t) noexcept { std::free(block); }
-  bool operator==(const MallocAllocator&) const = default;
-};
 
 struct Block {
   std::uint32_t number;
   const char* heap;
   std::size_t size;
 };
-using BlockTable = std::unordered_map<const void*, Block, std::hash<const void*>, std::equal_to<>,
-                                      MallocAllocator<std::pair<const void* const, Block>>>;
-
-// Usable before any constructor has run, which std::mutex is not everywhere.
-class SpinLock {
- public:
-  void lock() noexcept {
-    while (held_.test_and_set(std::memory_order_acquire)) {
-    }
-  }
-  void unlock() noexcept { held_.clear(std::memory_order_release); }
-
- private:
-  std::atomic_flag held_;
-};
-
-constinit SpinLock blocks_lock;
-constinit std::atomic<std::size_t> block_count{0};  // lets a delete pass without the lock when nothing is remembered
+std::map<const void*, Block> blocks;
+std::mutex blocks_mutex;
 std::uint32_t block_number = 0;
+constinit std::atomic<std::size_t> block_count{0};  // 0 while no HeapWatch lives: then nobody looks at the table
 
-BlockTable& Blocks() {  // never destroyed: the last delete of the process comes after every destructor
-  alignas(BlockTable) static unsigned char storage[sizeof(BlockTable)];
-  static BlockTable* table = new (storage) BlockTable;
-  return *table;
-}
+// While it lives, the table is this thread's, and its own memory is not seen by what it watches.
+struct TableScope {
+  TableScope() noexcept { thread_state.in_table = true; }
+  ~TableScope() {
+    block_count = blocks.size();
+    thread_state.in_table = false;
+  }
+  UnwatchedScope unwatched;
+  std::lock_guard<std::mutex> lock{blocks_mutex};
+};
 
 void Remember(const void* block, const char* heap, std::size_t size) {
   if (block == nullptr || !thread_state.watched) return;
-  std::lock_guard lock(blocks_lock);
-  Blocks().insert_or_assign(block, Block{++block_number, heap, size});
-  block_count = Blocks().size();
+  TableScope scope;
+  blocks.insert_or_assign(block, Block{++block_number, heap, size});
 }
 
 void Forget(const void* block) noexcept {
-  if (block == nullptr || block_count.load() == 0) return;
-  std::lock_guard lock(blocks_lock);
-  Blocks().erase(block);
-  block_count = Blocks().size();
+  if (block == nullptr || block_count == 0 || thread_state.in_table) return;
+  TableScope scope;
+  blocks.erase(block);
 }
 
 bool RequestIsRefused() noexcept { return thread_state.countdown != nullptr && thread_state.countdown->Refuses(); }
@@ -108,17 +80,11 @@ void* OrThrow(void* block) {
 // ---- The task allocator --------------------------------------------------------------------------------------------
 
 // Stands in front of the real one; its blocks are the real one's, so either may free them.
-class WatchedAllocator final : public IMalloc {
+class WatchedAllocator final : public Refusing<IMalloc> {
  public:
   void Install() noexcept { real_ = ExchangeTaskAllocator(this); }
   void Remove() noexcept { ExchangeTaskAllocator(std::exchange(real_, nullptr)); }
 
-  HRESULT UAB_CALL QueryInterface(const IID&, void** object) override {
-    *object = nullptr;
-    return E_NOINTERFACE;
-  }
-  ULONG UAB_CALL AddRef() override { return 1; }
-  ULONG UAB_CALL Release() override { return 1; }
   void* UAB_CALL Alloc(std::size_t size) override {
     if (RequestIsRefused()) return nullptr;
     void* block = real_->Alloc(size);
@@ -160,26 +126,20 @@ HeapWatch::HeapWatch() {
 HeapWatch::~HeapWatch() {
   thread_state.watched = false;
   TaskWatch().Remove();
-  std::lock_guard lock(blocks_lock);
-  Blocks().clear();
-  block_count = 0;
+  TableScope scope;
+  blocks.clear();
 }
 
-std::size_t HeapWatch::live() const { return block_count.load(); }
+std::size_t HeapWatch::live() const { return block_count; }
 
 std::string HeapWatch::Describe() const {
-  UnwatchedScope unwatched;
-  std::vector<Block, MallocAllocator<Block>> blocks;  // of the general heap it would wait for the lock when it grows
-  {
-    std::lock_guard lock(blocks_lock);
-    for (const auto& [address, block] : Blocks()) blocks.push_back(block);
+  std::map<std::uint32_t, std::string> lines;
+  TableScope scope;
+  for (const auto& [address, block] : blocks) {
+    lines[block.number] = std::string(block.heap) + ", " + std::to_string(block.size) + " bytes\n";
   }
-  std::sort(blocks.begin(), blocks.end(), [](const Block& a, const Block& b) { return a.number < b.number; });
   std::string text;
-  for (const Block& block : blocks) {
-    text +=
-        "  block " + std::to_string(block.number) + ", " + block.heap + ", " + std::to_string(block.size) + " bytes\n";
-  }
+  for (const auto& [number, line] : lines) text += "  block " + std::to_string(number) + ", " + line;
   return text;
 }
 
@@ -193,7 +153,10 @@ HeapCountdownScope::~HeapCountdownScope() {
 UnwatchedScope::UnwatchedScope() noexcept
     : watched_(std::exchange(thread_state.watched, false)),
       countdown_(std::exchange(thread_state.countdown, nullptr)) {}
-UnwatchedScope::~UnwatchedScope() { thread_state = {watched_, countdown_}; }
+UnwatchedScope::~UnwatchedScope() {
+  thread_state.watched = watched_;
+  thread_state.countdown = countdown_;
+}
 
 }  // namespace uab
 

@@ -4,6 +4,7 @@
 #include <type_traits>
 
 #include "support/fault_count.h"
+#include "support/heap_watch.h"
 
 namespace uab {
 namespace {
@@ -11,34 +12,35 @@ namespace {
 SystemCalls real_calls;
 constinit thread_local Countdown* thread_countdown = nullptr;
 
-// Stands in a call's place. A refused call returns kResult (null where the call returns a pointer), sets the last error
-// where kLastError is not 0, and stores nothing.
-template <auto kCall, LONG kResult, DWORD kLastError, typename Result, typename... Arguments>
-Result CountedCall(Arguments... arguments) {
-  if (thread_countdown == nullptr || !thread_countdown->Refuses()) return (real_calls.*kCall)(arguments...);
-  if constexpr (kLastError != 0) SetLastError(kLastError);
-  if constexpr (std::is_pointer_v<Result>) {
-    return nullptr;
-  } else {
-    return static_cast<Result>(kResult);
-  }
-}
-
-template <auto kCall, LONG kResult, DWORD kLastError, typename Result, typename... Arguments>
-void Replace(Result (*SystemCalls::*)(Arguments...)) noexcept {
-  Sys().*kCall = &CountedCall<kCall, kResult, kLastError, Result, Arguments...>;
-}
-
-// One call of the table: what it answers when refused, and the last error that it then leaves.
+// One call of the table: what it answers when refused (a call that returns a pointer: null), and the last error that it
+// then leaves. It stores nothing then.
 template <auto kCall, LONG kResult, DWORD kLastError = 0>
 struct Call {
-  static void Count() noexcept { Replace<kCall, kResult, kLastError>(kCall); }
+  static constexpr auto kPlace = kCall;
+  template <typename Result, typename... Arguments>
+  static Result Stand(Arguments... arguments) {
+    if (thread_countdown == nullptr) {
+      UnwatchedScope unwatched;
+      return (real_calls.*kCall)(arguments...);
+    }
+    if (!thread_countdown->Refuses()) return (real_calls.*kCall)(arguments...);
+    if constexpr (kLastError != 0) SetLastError(kLastError);
+    if constexpr (std::is_pointer_v<Result>) {
+      return nullptr;
+    } else {
+      return static_cast<Result>(kResult);
+    }
+  }
+  template <typename Result, typename... Arguments>
+  static void Replace(Result (*&call)(Arguments...)) noexcept {
+    call = &Stand<Result, Arguments...>;
+  }
 };
 
 template <typename... Calls>
 struct CallList {
   static constexpr std::size_t kBytes = sizeof...(Calls) * sizeof(void (*)());
-  static void Count() noexcept { (Calls::Count(), ...); }
+  static void Replace() noexcept { (Calls::Replace(Sys().*Calls::kPlace), ...); }
 };
 
 using EveryCall = CallList<                                             //
@@ -61,14 +63,15 @@ static_assert(EveryCall::kBytes == sizeof(SystemCalls), "each call of the table 
 
 }  // namespace
 
-SystemCallCountdownScope::SystemCallCountdownScope(Countdown& countdown) noexcept : before_(Sys()) {
+SystemCallScope::SystemCallScope(Countdown* countdown) noexcept : before_(Sys()) {
   real_calls = before_;
-  EveryCall::Count();
-  thread_countdown = &countdown;
+  EveryCall::Replace();
+  if (countdown == nullptr) Sys().dialog_box_param = before_.dialog_box_param;  // it runs the library's own code
+  thread_countdown = countdown;
 }
 
-SystemCallCountdownScope::~SystemCallCountdownScope() {
-  if (thread_countdown->refused() != 0) CountFault(Fault::kSystemCall);
+SystemCallScope::~SystemCallScope() {
+  if (thread_countdown != nullptr && thread_countdown->refused() != 0) CountFault(Fault::kSystemCall);
   thread_countdown = nullptr;
   Sys() = before_;
 }

@@ -1,5 +1,5 @@
-// Puts counted calls into the table of system calls, so that the n-th one fails as the system would let it fail. Like
-// the table itself: while nothing else runs. Calls of other threads are neither counted nor refused.
+// Puts calls of its own into the table of system calls, so that the n-th one fails as the system would let it fail.
+// Like the table itself: while nothing else runs. Calls of other threads are neither counted nor refused.
 #pragma once
 
 #include "platform/system_calls.h"
@@ -7,11 +7,12 @@
 
 namespace uab {
 
-// While it lives, this thread's system calls are counted and refused by countdown. One at a time.
-class SystemCallCountdownScope : NonCopyable {
+// While it lives, this thread's system calls are counted and refused by countdown; without one, what they request of
+// the heap counts as somebody else's. One at a time.
+class SystemCallScope : NonCopyable {
  public:
-  explicit SystemCallCountdownScope(Countdown& countdown) noexcept;
-  ~SystemCallCountdownScope();  // the calls of before are in force again
+  explicit SystemCallScope(Countdown* countdown) noexcept;
+  ~SystemCallScope();  // the calls of before are in force again
 
  private:
   SystemCalls before_;

@@ -11,8 +11,8 @@
 
 namespace uab {
 
-using Bytes = std::vector<BYTE>;
-using Values = std::map<Text, Bytes>;     // by name
+using Data = std::vector<BYTE>;
+using Values = std::map<Text, Data>;     // by name
 using Services = std::map<Text, Values>;  // subkeys with their values, by name
 
 inline std::vector<Text> NamesIn(HKEY key, LSTATUS (*enumerate)(HKEY, DWORD, WCHAR*, DWORD) noexcept) {
@@ -22,10 +22,10 @@ inline std::vector<Text> NamesIn(HKEY key, LSTATUS (*enumerate)(HKEY, DWORD, WCH
   return names;
 }
 
-inline Bytes ReadBytes(HKEY key, const Text& name) {
+inline Data ReadBytes(HKEY key, const Text& name) {
   DWORD size = 0;
   if (RegQueryValueExW(key, name.c_str(), nullptr, nullptr, nullptr, &size) != 0) return {};
-  Bytes data(size);
+  Data data(size);
   RegQueryValueExW(key, name.c_str(), nullptr, nullptr, data.data(), &size);
   return data;
 }

@@ -16,13 +16,13 @@ namespace {
 constexpr BYTE kUid[16] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
 constexpr const WCHAR* kUidName = UAB_TEXT("000102030405060708090a0b0c0d0e0f");
 
-void Store(HKEY key, const WCHAR* name, const Bytes& data, DWORD type = REG_BINARY) {
+void Store(HKEY key, const WCHAR* name, const Data& data, DWORD type = REG_BINARY) {
   ASSERT_EQ(RegSetValueExW(key, name, 0, type, data.data(), static_cast<DWORD>(data.size())), 0);
 }
 
 // A record as it has to be stored: value_bytes from offset 16, data from offset 32, zeros elsewhere.
-Bytes Record(ULONG tag, const Bytes& value_bytes, const Bytes& data = {}) {
-  Bytes record(data.size() <= 8 ? 40 : (data.size() + 7) / 8 * 8 + 32);
+Data Record(ULONG tag, const Data& value_bytes, const Data& data = {}) {
+  Data record(data.size() <= 8 ? 40 : (data.size() + 7) / 8 * 8 + 32);
   ULONG head[] = {static_cast<ULONG>(record.size()), static_cast<ULONG>(data.size()), tag};
   std::memcpy(record.data(), head, sizeof(head));
   if (!value_bytes.empty()) std::memcpy(&record[16], value_bytes.data(), value_bytes.size());
@@ -30,7 +30,7 @@ Bytes Record(ULONG tag, const Bytes& value_bytes, const Bytes& data = {}) {
   return record;
 }
 
-Bytes Patched(Bytes record, std::size_t at, ULONG number) {
+Data Patched(Data record, std::size_t at, ULONG number) {
   std::memcpy(&record[at], &number, 4);
   return record;
 }
@@ -88,11 +88,11 @@ TEST_F(RegistryPersistence, StoresEachKindAsSpecifiedAndReadsItBack) {
   for (const SPropValue& value : values) ASSERT_EQ(list.Set(value), S_OK);
   ASSERT_EQ(SaveList(list, key_.Get()), S_OK);
 
-  Bytes hello(12), strings(16 + 6), run_block(3 * 16 + 3);
+  Data hello(12), strings(16 + 6), run_block(3 * 16 + 3);
   std::memcpy(hello.data(), UAB_TEXT("Hello"), 12);
   strings[16] = 'a';
   run_block[0] = 2, run_block[32] = 1, run_block[48] = 1, run_block[49] = 2, run_block[50] = 3;
-  const Bytes guid_bytes(kUid, kUid + 16);
+  const Data guid_bytes(kUid, kUid + 16);
   const Values expected = {
       {UAB_TEXT("805896195"), Record(PR_RESOURCE_FLAGS, {4, 3, 2, 1})},
       {UAB_TEXT("805371935"), Record(PR_DISPLAY_NAME_W, {}, hello)},
@@ -121,30 +121,30 @@ TEST_F(RegistryPersistence, StoresEachKindAsSpecifiedAndReadsItBack) {
 }
 
 TEST_F(RegistryPersistence, PassesOverWhatIsNoRecord) {
-  const Bytes text = Record(PR_DISPLAY_NAME_W, {}, {'x', 0, 0, 0});
+  const Data text = Record(PR_DISPLAY_NAME_W, {}, {'x', 0, 0, 0});
   const ULONG strings = PR_SERVICE_SUPPORT_FILES_W;
-  const Bytes string_block = Record(strings, {1}, {0, 0, 0, 0, 0, 0, 0, 0, 'x', 0, 0, 0});
-  Bytes run_block = Record(kRuns, {1}, Bytes(24));
+  const Data string_block = Record(strings, {1}, {0, 0, 0, 0, 0, 0, 0, 0, 'x', 0, 0, 0});
+  Data run_block = Record(kRuns, {1}, Data(24));
   run_block[32] = 8;
   const struct {
     const char* what;
-    Bytes data;
+    Data data;
     bool accepted;
   } cases[] = {
       {"as it should be", text, true},
-      {"8 bytes", Record(PR_ENTRYID, {8}, Bytes(8)), true},
-      {"9 bytes", Record(PR_ENTRYID, {9}, Bytes(9)), true},
+      {"8 bytes", Record(PR_ENTRYID, {8}, Data(8)), true},
+      {"9 bytes", Record(PR_ENTRYID, {9}, Data(9)), true},
       {"stored pointer", Patched(text, 16, 0xDEADBEEF), true},
-      {"shorter than a record", Bytes(text.begin(), text.begin() + 39), false},
-      {"cut", Bytes(run_block.begin(), run_block.end() - 8), false},
+      {"shorter than a record", Data(text.begin(), text.begin() + 39), false},
+      {"cut", Data(run_block.begin(), run_block.end() - 8), false},
       {"length of the record too long", Patched(text, 0, 48), false},
       {"data length overflows", Patched(text, 4, 0xFFFFFFFF), false},
-      {"data longer than the record", Patched(Record(PR_ENTRYID, {9}, Bytes(9)), 4, 17), false},
-      {"data shorter than the record", Patched(Record(PR_ENTRYID, {9}, Bytes(9)), 4, 8), false},
+      {"data longer than the record", Patched(Record(PR_ENTRYID, {9}, Data(9)), 4, 17), false},
+      {"data shorter than the record", Patched(Record(PR_ENTRYID, {9}, Data(9)), 4, 8), false},
       {"string without end", Record(PR_DISPLAY_NAME_W, {}, {'x', 0, 'y', 0}), false},
       {"8-bit string without end", Record(PR_SERVICE_ENTRY_NAME, {}, {'x', 'y'}), false},
       {"string of half a character", Record(PR_DISPLAY_NAME_W, {}, {0}), false},
-      {"short GUID", Record(kClsid, {}, Bytes(15)), false},
+      {"short GUID", Record(kClsid, {}, Data(15)), false},
       {"string list", string_block, true},
       {"string list of too many", Patched(string_block, 16, 2), false},
       {"string list, count overflows", Patched(string_block, 16, 0x20000001), false},
@@ -152,9 +152,9 @@ TEST_F(RegistryPersistence, PassesOverWhatIsNoRecord) {
       {"run list", run_block, true},
       {"run list, run too long", Patched(run_block, 32, 9), false},
       {"run list, count overflows", Patched(run_block, 16, 0x10000001), false},
-      {"numbers, count too large", Record(kLongs, {3}, Bytes(8)), false},
-      {"numbers, count overflows", Patched(Record(PropTag(PT_MV_I8, 0x6604), {1}, Bytes(8)), 16, 0x20000001), false},
-      {"list of an unknown type", Record(PropTag(0x10FF, 0x6605), {1}, Bytes(8)), false},
+      {"numbers, count too large", Record(kLongs, {3}, Data(8)), false},
+      {"numbers, count overflows", Patched(Record(PropTag(PT_MV_I8, 0x6604), {1}, Data(8)), 16, 0x20000001), false},
+      {"list of an unknown type", Record(PropTag(0x10FF, 0x6605), {1}, Data(8)), false},
   };
   Store(key_.Get(), UAB_TEXT("other"), Record(PR_DEPTH, {7}), REG_SZ);  // names and value types are not looked at
   for (const auto& test : cases) {
