@@ -9,8 +9,6 @@
 #include "frame/allocation_chain.h"
 #include "keluab/iids.h"
 #include "props/plain_copy.h"
-#include "support/bad_calls.h"
-#include "support/failure_sweep.h"
 #include "support/fake_provider.h"
 #include "support/values.h"
 
@@ -217,46 +215,6 @@ TEST(CopyEngine, DepthIsBoundedByMemoryAlone) {
   const std::size_t before = store.provider->size();
   EXPECT_EQ(store.CopyProps(kContents.address()), S_OK);
   EXPECT_EQ(store.provider->size() - before, std::size_t{kDepth});
-}
-
-// A copy of every sort of member, for the sweeps.
-Store Rich() {
-  Store store;
-  store.provider->AddList("source", {"ann", "a", "ann", "bob", "b"});
-  store.provider->AddList("a", {"bob", "source", "ann"});
-  store.provider->AddList("b", {"ann", "b"});
-  return store;
-}
-
-HRESULT CopyAll(Store& store) {
-  auto source = store.provider->Open("source"), destination = store.provider->Open("destination");
-  ChainPtr<SPropProblemArray> problems;
-  return DoCopyTo({&IID_IDistList, source.Get()}, nullptr, {&IID_IDistList, destination.Get()},
-                  MAPI_UNICODE | MAPI_NOREPLACE, problems.Put());
-}
-
-TEST(CopyEngine, EveryCallDoneBadly) {
-  for (bool lasting : {false, true}) {
-    ForEachBadCall(kMisdeeds, [&](std::uint32_t call, Misdeed misdeed) {
-      Store store = Rich();
-      store.provider->DoBadly(call, misdeed, lasting);
-      HRESULT hr = CopyAll(store);
-      const bool misbehaved = store.provider->misbehaved();
-      const HRESULT answer = misdeed == Misdeed::kFails ? kFakeFailure : misdeed == Misdeed::kThrows ? E_FAIL : hr;
-      EXPECT_TRUE(hr == S_OK || hr == answer || hr == MAPI_E_NOT_FOUND) << std::hex << hr;
-      EXPECT_EQ(store.provider->live_objects, 0);
-      EXPECT_TRUE(misbehaved || (hr == S_OK && store.Copied() == "ann a(bob) bob b(ann b(ann b(ann b...)))"));
-      return misbehaved;
-    });
-  }
-}
-
-TEST(CopyEngine, EveryAllocationRefused) {
-  ForEachAllocationFailure(&Rich, &CopyAll, [](Store& store, HRESULT hr) {
-    // What the copying of the members meets is not reported; a map without room for both identifiers is E_FAIL.
-    EXPECT_TRUE(hr == S_OK || hr == E_OUTOFMEMORY || hr == E_FAIL || hr == MAPI_E_NOT_FOUND) << std::hex << hr;
-    EXPECT_EQ(store.provider->live_objects, 0);
-  });
 }
 
 }  // namespace

@@ -4,8 +4,7 @@
 #include <sstream>
 
 #include "session/staged_world.h"
-#include "support/bad_calls.h"
-#include "support/failure_sweep.h"
+#include "support/heap_watch.h"
 
 namespace uab {
 namespace {
@@ -155,43 +154,6 @@ TEST(DistListExpansion, KeepsWhatCameBeforeAFailure) {
     directory.calls->endless = true;
     directory.DoBadly(1000, Misdeed::kFails);
   });
-}
-
-const Lists kLists = {{"@f", "ann @g bob"}, {"@g", "eve @f ann dan"}};
-constexpr char kInput[] = "zoe:1 @f:2 ann:3";
-constexpr char kOutput[] = "zoe:1 ann:3 bob:2 eve:2 dan:2";
-
-// The users collected before a failure are the first ones of the full result.
-void CheckBegin(const ADRLIST* list) {
-  EXPECT_TRUE(list == nullptr || std::string(kOutput).starts_with(Words(list))) << Words(list);
-}
-
-TEST(DistListExpansion, AnyCallMayBeDoneBadly) {
-  ForEachBadCall(kMisdeeds, [](std::uint32_t call, Misdeed misdeed) {
-    Directory directory(kLists);
-    directory.calls->spoil = nullptr;
-    directory.DoBadly(call, misdeed);
-    AdrListPtr list = ListOf(kInput);
-    HRESULT hr = directory.Replace(list);
-    const bool misbehaved = directory.misbehaved();
-    if (misdeed == Misdeed::kFails || misdeed == Misdeed::kThrows) {
-      EXPECT_EQ(hr, !misbehaved ? S_OK : misdeed == Misdeed::kThrows ? E_FAIL : kFakeFailure) << std::hex << hr;
-      CheckBegin(list.Get());
-    }
-    EXPECT_TRUE(misbehaved || Words(list.Get()) == kOutput);
-    EXPECT_EQ(directory.held(), 0u);
-    return misbehaved;
-  });
-}
-
-TEST(DistListExpansion, AnyFailingAllocationIsReported) {
-  Directory directory(kLists);
-  ForEachAllocationFailure([] { return ListOf(kInput); }, [&](AdrListPtr& list) { return directory.Replace(list); },
-                           [&](AdrListPtr& list, HRESULT hr) {
-                             EXPECT_TRUE(hr == S_OK || hr == E_OUTOFMEMORY) << std::hex << hr;
-                             CheckBegin(list.Get());
-                             EXPECT_TRUE(hr != S_OK || Words(list.Get()) == kOutput);
-                           });
 }
 
 }  // namespace

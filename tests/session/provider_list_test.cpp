@@ -1,8 +1,9 @@
 #include "session/provider_list.h"
 
+#include <gtest/gtest.h>
+
 #include <cstring>
 
-#include "support/failure_sweep.h"
 #include "support/fake_provider.h"
 
 namespace uab {
@@ -76,46 +77,6 @@ TEST(ProviderList, OwnerIsTheFirstInListOrderWithAProviderObject) {
   list->FreeEntries();
   EXPECT_EQ(log, "C0A0") << "freed in list order, whatever a provider does";
   EXPECT_EQ(list->PositionOfUid(Uid(1)), ProviderList::kNowhere);
-}
-
-TEST(ProviderList, WithoutMemoryNothingIsHalfRegistered) {
-  struct State {
-    ComPtr<ProviderList> list;
-    ComPtr<ProviderSupport> early, late;
-  };
-  FakeProvider provider('A');
-  auto act = [&](State& state) -> HRESULT {
-    ComPtr<ProviderEntry> first, second;
-    if (HRESULT hr = Make(*state.list, &provider, first, state.early); Failed(hr)) return hr;
-    if (HRESULT hr = Make(*state.list, &provider, second, state.late); Failed(hr)) return hr;
-    for (int i = 0; i < 20; ++i) {
-      if (HRESULT hr = Register(state.early, i); Failed(hr)) return hr;
-    }
-    if (HRESULT hr = state.list->PushFront(std::move(first)); Failed(hr)) return hr;
-    if (HRESULT hr = state.list->PushFront(std::move(second)); Failed(hr)) return hr;
-    for (int i = 10; i < 40; ++i) {
-      if (HRESULT hr = Register(state.late, i); Failed(hr)) return hr;
-    }
-    std::vector<ComPtr<ProviderEntry>> walk;
-    return state.list->Entries(walk);
-  };
-  // What is registered is found, and what is not registered can be registered once memory is there.
-  auto check = [](State& state, HRESULT hr) {
-    EXPECT_TRUE(hr == S_OK || hr == E_OUTOFMEMORY);
-    for (int i = 0; i < 40 && state.list->count() == 2; ++i) {
-      const bool registered = state.list->PositionOfUid(Uid(i)) == 0;
-      EXPECT_EQ(Register(state.late, i), registered ? MAPI_E_COLLISION : S_OK) << i;
-      EXPECT_EQ(state.list->PositionOfUid(Uid(i)), 0u) << i;
-    }
-    state.list->FreeEntries();
-  };
-  auto prepare = [] {
-    State state;
-    EXPECT_EQ(ProviderList::Create(state.list), S_OK);
-    return state;
-  };
-  ForEachAllocationFailure(prepare, act, check);
-  EXPECT_EQ(provider.held(), 0u);
 }
 
 }  // namespace
