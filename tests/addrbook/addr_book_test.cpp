@@ -10,12 +10,12 @@ class AddrBookTest : public AddressBookTest {
   HRESULT Open(const std::string& id) {
     ULONG type = 0;
     ComPtr<IUnknown> object;
-    HRESULT hr = state_.book->OpenEntry(SizeOf(id), EntryIn(id), nullptr, 0, &type, object.Put());
+    HRESULT hr = book_->OpenEntry(SizeOf(id), EntryIn(id), nullptr, 0, &type, object.Put());
     EXPECT_EQ(static_cast<bool>(object), Succeeded(hr));
     return hr;
   }
   HRESULT Details(const std::string& id, ULONG_PTR* ui) {
-    return state_.book->Details(ui, nullptr, nullptr, SizeOf(id), EntryIn(id), nullptr, nullptr, nullptr, 3);
+    return book_->Details(ui, nullptr, nullptr, SizeOf(id), EntryIn(id), nullptr, nullptr, nullptr, 3);
   }
 };
 
@@ -42,7 +42,7 @@ TEST_F(AddrBookTest, RoutesByTheUidInTheIdentifier) {
     ULONG connection = 9;
     ULONG_PTR ui = 0;
     EXPECT_EQ(Open(c.id), c.opened) << c.id;
-    EXPECT_EQ(state_.book->Advise(SizeOf(c.id), EntryIn(c.id), 1, nullptr, &connection), c.advised) << c.id;
+    EXPECT_EQ(book_->Advise(SizeOf(c.id), EntryIn(c.id), 1, nullptr, &connection), c.advised) << c.id;
     EXPECT_EQ(connection != 0, c.advised == S_OK) << c.id;
     EXPECT_EQ(Details(c.id, &ui), c.detailed) << c.id;
     EXPECT_EQ(Details(c.id, nullptr), E_INVALIDARG);
@@ -74,7 +74,7 @@ TEST_F(AddrBookTest, NewEntryIsRoutedByTheContainerElseByTheTemplate) {
     SCOPED_TRACE(&c - cases);
     ULONG size = 9;
     ChainPtr<ENTRYID> entry;
-    EXPECT_EQ(state_.book->NewEntry(4, 2, c.container_size, c.container, c.template_size, c.entry_template, &size,
+    EXPECT_EQ(book_->NewEntry(4, 2, c.container_size, c.container, c.template_size, c.entry_template, &size,
                                     entry.Put()),
               c.hr);
     EXPECT_EQ(size, c.hr == S_OK ? 25u : 0u);
@@ -83,7 +83,7 @@ TEST_F(AddrBookTest, NewEntryIsRoutedByTheContainerElseByTheTemplate) {
 }
 
 TEST_F(AddrBookTest, WhatIsStillHeldAnswersThatTheSessionHasEnded) {
-  IAddrBook& book = *state_.book;
+  IAddrBook& book = *book_;
   ULONG type = 0, size = 0, rows = 9;
   ENTRYID* entry = nullptr;
   ComPtr<IUnknown> root, object;
@@ -95,7 +95,7 @@ TEST_F(AddrBookTest, WhatIsStillHeldAnswersThatTheSessionHasEnded) {
   const std::string id = FakeId('A', "a1");
   SBinary binary = BinaryIn(id);
   ENTRYLIST entries = {1, &binary};
-  state_.LogOff();
+  LogOff();
   TakeLog();
 
   void* found = &type;
@@ -124,8 +124,8 @@ TEST_F(AddrBookTest, WhatIsStillHeldAnswersThatTheSessionHasEnded) {
 TEST_F(AddrBookTest, NeedsProvidersAndAProfile) {
   ComPtr<AddrBook> book;
   EXPECT_EQ(AddrBook::Create(nullptr, kAppKey, kProfile, book), E_INVALIDARG);
-  EXPECT_EQ(AddrBook::Create(state_.providers, kAppKey, UAB_TEXT(""), book), E_FAIL);
-  EXPECT_EQ(AddrBook::Create(state_.providers, kAppKey, nullptr, book), E_FAIL);
+  EXPECT_EQ(AddrBook::Create(providers_, kAppKey, UAB_TEXT(""), book), E_FAIL);
+  EXPECT_EQ(AddrBook::Create(providers_, kAppKey, nullptr, book), E_FAIL);
   EXPECT_FALSE(book);
 }
 

@@ -2,36 +2,41 @@
 
 namespace uab {
 
-AddressBookState::AddressBookState() {
-  for (FakeProvider* provider : {&b, &a}) {
+void AddressBookTest::SetUp() {
+  for (FakeProvider* provider : {&b_, &a_}) {
     const std::string& name = provider->root().name;
     provider->SetFlags(name, 0);
     provider->AddChild(name + "1", AB_RECIPIENTS);
     provider->AddChild(name + "2", AB_RECIPIENTS | AB_MODIFIABLE);
   }
+  calls_.logs = true;
+  LogOn();
 }
 
-HRESULT AddressBookState::Push(FakeProvider& provider, ComPtr<ProviderSupport>* support) {
-  ComPtr<ProviderEntry> entry;
-  if (HRESULT hr = ProviderEntry::Create(*providers, entry); Failed(hr)) return hr;
-  ComPtr<ProviderSupport> made;
-  if (HRESULT hr = entry->MakeSupport(made); Failed(hr)) return hr;
-  if (HRESULT hr = made->SetProviderUID(&provider.uid, 0); Failed(hr)) return hr;
-  entry->provider = ComPtr<IAddrBook>(&provider);
-  if (support != nullptr) *support = made;
-  return providers->PushFront(std::move(entry));
+void AddressBookTest::TearDown() {
+  LogOff();
+  EXPECT_EQ(a_.held() + b_.held(), 0u);
 }
 
-HRESULT AddressBookState::LogOn() {
-  HRESULT hr = ProviderList::Create(providers);
-  if (Succeeded(hr)) hr = Push(b);
-  if (Succeeded(hr)) hr = Push(a);
-  return Succeeded(hr) ? AddrBook::Create(providers, kAppKey, kProfile, book) : hr;
+void AddressBookTest::LogOn() {
+  LogOff();
+  book_.Reset();
+  ASSERT_EQ(ProviderList::Create(providers_), S_OK);
+  for (FakeProvider* provider : {&b_, &a_}) {
+    ComPtr<ProviderEntry> entry;
+    ComPtr<ProviderSupport> support;
+    ASSERT_EQ(ProviderEntry::Create(*providers_, entry), S_OK);
+    ASSERT_EQ(entry->MakeSupport(support), S_OK);
+    ASSERT_EQ(support->SetProviderUID(&provider->uid, 0), S_OK);
+    entry->provider = ComPtr<IAddrBook>(provider);
+    ASSERT_EQ(providers_->PushFront(std::move(entry)), S_OK);
+  }
+  ASSERT_EQ(AddrBook::Create(providers_, kAppKey, kProfile, book_), S_OK);
 }
 
-void AddressBookState::LogOff() {
-  if (book) book->Detach();
-  if (providers) providers->FreeEntries();
+void AddressBookTest::LogOff() {
+  if (book_) book_->Detach();
+  if (providers_) providers_->FreeEntries();
 }
 
 std::string NamesIn(const SRowSet* rows) {
@@ -53,7 +58,7 @@ std::string NamesIn(const SRowSet* rows) {
 
 std::string AddressBookTest::SearchPath() {
   RowSetPtr path;
-  HRESULT hr = state_.book->GetSearchPath(0, path.Put());
+  HRESULT hr = book_->GetSearchPath(0, path.Put());
   EXPECT_TRUE(hr == S_OK || hr == MAPI_E_NOT_FOUND) << std::hex << hr;
   return NamesIn(path.Get());
 }

@@ -10,7 +10,7 @@ class AdviseListTest : public AddressBookTest {
   ULONG Advise(char letter, HRESULT expected = S_OK) {
     const std::string id = FakeId(letter, "a1");
     ULONG room[2] = {9, 9};
-    EXPECT_EQ(state_.book->Advise(SizeOf(id), EntryIn(id), 3, nullptr, room), expected);
+    EXPECT_EQ(book_->Advise(SizeOf(id), EntryIn(id), 3, nullptr, room), expected);
     EXPECT_EQ(room[1], 9u) << "the caller's number has 32 bits";
     return room[0];
   }
@@ -20,13 +20,13 @@ TEST_F(AdviseListTest, NumbersRiseAndTheSessionsEndWithdrawsTheNewestFirst) {
   EXPECT_EQ(Advise('A'), 1u);
   EXPECT_EQ(Advise('B'), 2u);
   TakeLog();
-  EXPECT_EQ(state_.book->Unadvise(1), S_OK);
+  EXPECT_EQ(book_->Unadvise(1), S_OK);
   EXPECT_EQ(TakeLog(), Log{"A.Unadvise 100"});
-  for (ULONG unknown : {0u, 1u, 3u}) EXPECT_EQ(state_.book->Unadvise(unknown), MAPI_E_NOT_FOUND) << unknown;
+  for (ULONG unknown : {0u, 1u, 3u}) EXPECT_EQ(book_->Unadvise(unknown), MAPI_E_NOT_FOUND) << unknown;
   EXPECT_EQ(Advise('A'), 3u);
-  EXPECT_EQ(state_.book->Advise(0, nullptr, 0, nullptr, nullptr), E_INVALIDARG);
+  EXPECT_EQ(book_->Advise(0, nullptr, 0, nullptr, nullptr), E_INVALIDARG);
   TakeLog();
-  state_.LogOff();
+  LogOff();
   EXPECT_EQ(TakeLog(), (Log{"A.Unadvise 101", "B.Unadvise 100", "A.Release", "B.Release"}));
 }
 
@@ -38,34 +38,34 @@ TEST_F(AdviseListTest, AProvidersFailureLeavesNoConnectionOrNoneToWithdraw) {
     EXPECT_EQ(Advise('A', throws ? E_FAIL : kFakeFailure), 0u);
     calls_.DoBadly(2, misdeed);
     const ULONG connection = Advise('A');
-    EXPECT_EQ(state_.book->Unadvise(connection), S_OK) << "gone, whatever the provider says";
-    EXPECT_EQ(state_.book->Unadvise(connection), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(book_->Unadvise(connection), S_OK) << "gone, whatever the provider says";
+    EXPECT_EQ(book_->Unadvise(connection), MAPI_E_NOT_FOUND);
   }
 }
 
 TEST_F(AdviseListTest, AProviderMayCallBack) {
   const ULONG kept = Advise('B'), other = Advise('B');
-  auto& during_a = state_.a.on_call;
+  auto& during_a = a_.on_call;
   during_a = [&](std::string_view) {
     during_a = nullptr;
     Advise('B');
-    EXPECT_EQ(state_.book->Unadvise(kept), S_OK);
+    EXPECT_EQ(book_->Unadvise(kept), S_OK);
   };
   Advise('A');
   // The session ends inside a provider's Advise, and again while the connections are withdrawn.
-  state_.b.on_call = [&](std::string_view) {
-    EXPECT_EQ(state_.book->Unadvise(other), MAPI_E_END_OF_SESSION);
+  b_.on_call = [&](std::string_view) {
+    EXPECT_EQ(book_->Unadvise(other), MAPI_E_END_OF_SESSION);
     Advise('A', MAPI_E_END_OF_SESSION);
-    state_.book->Detach();
+    book_->Detach();
   };
   during_a = [&](std::string_view) {
     during_a = nullptr;
-    state_.book->Detach();
+    book_->Detach();
   };
   TakeLog();
   EXPECT_EQ(Advise('A', MAPI_E_END_OF_SESSION), 0u);
   EXPECT_EQ(TakeLog(), (Log{"A.Advise", "A.Unadvise 100", "B.Unadvise 102", "B.Unadvise 101", "A.Unadvise 101"}));
-  state_.b.on_call = nullptr;
+  b_.on_call = nullptr;
 }
 
 }  // namespace

@@ -52,7 +52,7 @@ class PrepareRecipsTest : public AddressBookTest {
  protected:
   HRESULT Prepare(AdrListPtr& list, SPropTagArray* tags = nullptr) {
     TakeLog();
-    return state_.book->PrepareRecips(0, tags, list.Get());
+    return book_->PrepareRecips(0, tags, list.Get());
   }
 };
 
@@ -73,13 +73,13 @@ TEST_F(PrepareRecipsTest, RegroupsByProviderAndKeepsTheOrderInside) {
     EXPECT_EQ(NamesOf(list.Get()), c.regrouped);
     EXPECT_EQ(TakeLog(), c.asked);
   }
-  EXPECT_EQ(state_.book->PrepareRecips(0, nullptr, nullptr), E_INVALIDARG);
+  EXPECT_EQ(book_->PrepareRecips(0, nullptr, nullptr), E_INVALIDARG);
   AdrListPtr list = MakeList({"1A"});
-  EXPECT_EQ(state_.book->PrepareRecips(1, nullptr, list.Get()), E_INVALIDARG);
+  EXPECT_EQ(book_->PrepareRecips(1, nullptr, list.Get()), E_INVALIDARG);
 }
 
 TEST_F(PrepareRecipsTest, CompletesThroughTheProviderOrWithErrors) {
-  state_.a.complete = [](ADRLIST* part) {
+  a_.complete = [](ADRLIST* part) {
     for (ULONG i = 0; i < part->cEntries; ++i) Replace(part->aEntries[i]);
   };
   TagArray<1> tags = {1, {PR_EMAIL_ADDRESS_W}};
@@ -94,7 +94,7 @@ TEST_F(PrepareRecipsTest, AFailureKeepsEveryRecipientWithItsValidArray) {
     for (std::uint32_t failing : {1u, 2u}) {
       AdrListPtr list = MakeList({"1B", "2A", "3C", "4A"});
       calls_.DoBadly(failing, misdeed);
-      state_.a.complete = [](ADRLIST* part) { Replace(part->aEntries[1]); };
+      a_.complete = [](ADRLIST* part) { Replace(part->aEntries[1]); };
       EXPECT_EQ(Prepare(list), misdeed == Misdeed::kThrows ? E_FAIL : kFakeFailure);
       EXPECT_EQ(NamesOf(list.Get()), "1234+") << "in the old order";
     }
@@ -115,7 +115,7 @@ TEST_F(PrepareRecipsTest, AProviderDoesNotChangeTheNumberOfRecipients) {
   };
   for (const auto& [spoil, names] : cases) {
     AdrListPtr list = MakeList({"1A", "2A", "3A", "4B"});
-    state_.a.complete = spoil;
+    a_.complete = spoil;
     EXPECT_EQ(Prepare(list), S_OK);
     EXPECT_EQ(list->cEntries, 4u);
     EXPECT_EQ(NamesOf(list.Get()), names);
@@ -124,9 +124,9 @@ TEST_F(PrepareRecipsTest, AProviderDoesNotChangeTheNumberOfRecipients) {
 
 TEST_F(PrepareRecipsTest, TheSessionsEndInBetweenIsAFailure) {
   AdrListPtr list = MakeList({"1B", "2A"});
-  state_.a.complete = [&](ADRLIST* part) {
+  a_.complete = [&](ADRLIST* part) {
     Replace(part->aEntries[0]);
-    state_.LogOff();
+    LogOff();
   };
   EXPECT_EQ(Prepare(list), MAPI_E_END_OF_SESSION);
   EXPECT_EQ(NamesOf(list.Get()), "12+");

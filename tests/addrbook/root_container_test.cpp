@@ -11,7 +11,7 @@ class RootContainerTest : public AddressBookTest {
   void SetUp() override {
     AddressBookTest::SetUp();
     ULONG type = 0;
-    ASSERT_EQ(state_.book->OpenEntry(0, nullptr, nullptr, 0, &type, reinterpret_cast<IUnknown**>(root_.Put())), S_OK);
+    ASSERT_EQ(book_->OpenEntry(0, nullptr, nullptr, 0, &type, reinterpret_cast<IUnknown**>(root_.Put())), S_OK);
     TakeLog();
   }
   std::string Hierarchy(ULONG flags, HRESULT expected = S_OK) {
@@ -103,13 +103,13 @@ TEST_F(RootContainerTest, RowsOfProvidersAreNotTrusted) {
   calls_.DoBadly(1, Misdeed::kNothing, true);
   EXPECT_EQ(Hierarchy(kDeep), "");
   calls_.DoBadly(0);
-  state_.a.root().type = MAPI_MAILUSER;
+  a_.root().type = MAPI_MAILUSER;
   EXPECT_EQ(Hierarchy(kDeep), "a:0 b:0 b1:1 b2:1") << "what is no container has no containers below";
 }
 
 TEST_F(RootContainerTest, AProviderMayNotNestTheHierarchyForEver) {
-  state_.a.root().stand_in = root_.Get();
-  state_.b.root().children.clear();
+  a_.root().stand_in = root_.Get();
+  b_.root().children.clear();
   EXPECT_EQ(Hierarchy(kDeep), "a:0 a:1 a:2 a:3 b:3 b:2 b:1 b:0");
 }
 

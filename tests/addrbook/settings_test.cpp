@@ -13,13 +13,13 @@ class SettingsTest : public AddressBookTest {
   std::string Get(bool directory, HRESULT expected = S_OK) {
     ULONG size = 9;
     ChainPtr<ENTRYID> entry;
-    EXPECT_EQ(directory ? state_.book->GetDefaultDir(&size, entry.Put()) : state_.book->GetPAB(&size, entry.Put()),
+    EXPECT_EQ(directory ? book_->GetDefaultDir(&size, entry.Put()) : book_->GetPAB(&size, entry.Put()),
               expected);
     EXPECT_EQ(size == 0, !entry);
     return entry ? Bytes(entry.Get(), size).substr(20) : "";
   }
-  HRESULT SetPAB(const std::string& id) { return state_.book->SetPAB(SizeOf(id), EntryIn(id)); }
-  HRESULT SetDirectory(const std::string& id) { return state_.book->SetDefaultDir(SizeOf(id), EntryIn(id)); }
+  HRESULT SetPAB(const std::string& id) { return book_->SetPAB(SizeOf(id), EntryIn(id)); }
+  HRESULT SetDirectory(const std::string& id) { return book_->SetDefaultDir(SizeOf(id), EntryIn(id)); }
 
   // A word is a container, one with '!' a row whose first value is something else, "-" one without values.
   HRESULT SetSearchPath(const std::vector<std::string>& words) {
@@ -33,7 +33,7 @@ class SettingsTest : public AddressBookTest {
       values[i] = BinaryValue(words[i].back() == '!' ? PR_SEARCH_KEY : PR_ENTRYID, ids[i].data(), SizeOf(ids[i]));
       rows->aRow[i] = words[i] == "-" ? SRow{0, 1, nullptr} : SRow{0, 1, &values[i]};
     }
-    return state_.book->SetSearchPath(0, rows);
+    return book_->SetSearchPath(0, rows);
   }
 
   // What the profile's key holds, by identifier: "3d05=a1,b1 3d07=a2".
@@ -71,7 +71,7 @@ class SettingsTest : public AddressBookTest {
 TEST_F(SettingsTest, WhatIsStoredAndStillFitsIsNotWrittenAgain) {
   ASSERT_EQ(SetSearchPath({"b1", "a2"}), S_OK);
   ASSERT_EQ(SetPAB(FakeId('B', "b2")), S_OK);
-  LogOnAgain();
+  LogOn();
   EXPECT_EQ(Get(false), "b2");
   std::string id = FakeId('A', "a1");
   SBinary member = BinaryIn(id);
@@ -81,7 +81,7 @@ TEST_F(SettingsTest, WhatIsStoredAndStillFitsIsNotWrittenAgain) {
   Store(path);
   Store(BinaryValue(PR_AB_DEFAULT_PAB, id.data(), SizeOf(id)));
   EXPECT_EQ(SetDirectory(FakeId('B', "b1")), S_OK);
-  state_.LogOff();
+  LogOff();
   EXPECT_EQ(Stored(), "path a1;dir b1;pab a1;");
 }
 
@@ -90,61 +90,60 @@ TEST_F(SettingsTest, RefusesWhatDoesNotFitAndKeepsTheOld) {
        {FakeId('A', "a1"), FakeId('A', "x"), FakeId('C', "a2"), std::string("brief"), std::string()}) {
     EXPECT_EQ(SetPAB(id), E_FAIL) << id;
   }
-  EXPECT_EQ(state_.book->SetPAB(24, nullptr), E_FAIL);
+  EXPECT_EQ(book_->SetPAB(24, nullptr), E_FAIL);
   EXPECT_EQ(SetDirectory(FakeId('A', "a")), E_FAIL);
   EXPECT_EQ(SetSearchPath({"a", "b", "a1!"}), E_INVALIDARG);
   EXPECT_EQ(SetSearchPath({}), E_INVALIDARG);
   ULONG size = 0;
-  EXPECT_EQ(state_.book->GetDefaultDir(&size, nullptr), E_INVALIDARG);
+  EXPECT_EQ(book_->GetDefaultDir(&size, nullptr), E_INVALIDARG);
   EXPECT_EQ(SearchPath(), "a1 a2 b1 b2");
-  state_.LogOff();
+  LogOff();
   EXPECT_EQ(Stored(), "");
 }
 
 TEST_F(SettingsTest, AStoredPathIsShortenedToWhatStillFits) {
   ASSERT_EQ(SetSearchPath({"b1", "a1", "a2"}), S_OK);
-  state_.LogOff();
-  state_.a.SetFlags("a1", 0);
-  ASSERT_EQ(state_.LogOn(), S_OK);
+  a_.SetFlags("a1", 0);
+  LogOn();
   EXPECT_EQ(SearchPath(), "b1 a2");
   EXPECT_EQ(Stored(), "path b1 a1 a2;");
-  state_.LogOff();
+  LogOff();
   EXPECT_EQ(Stored(), "path b1 a2;");
-  state_.a.SetFlags("a2", 0);
-  state_.b.SetFlags("b1", 0);
-  ASSERT_EQ(state_.LogOn(), S_OK);
+  a_.SetFlags("a2", 0);
+  b_.SetFlags("b1", 0);
+  LogOn();
   EXPECT_EQ(SearchPath(), "b2") << "the default for this session";
-  state_.b.SetFlags("b2", 0);
-  LogOnAgain();
+  b_.SetFlags("b2", 0);
+  LogOn();
   EXPECT_EQ(SearchPath(), "");
-  state_.LogOff();
+  LogOff();
   EXPECT_EQ(Stored(), "path b1 a2;");
 }
 
 TEST_F(SettingsTest, AContainerThatNoLongerFitsIsReplacedForTheSession) {
   ASSERT_EQ(SetPAB(FakeId('A', "a2")), S_OK);
-  LogOnAgain();
-  state_.a.SetFlags("a2", AB_RECIPIENTS);
+  LogOn();
+  a_.SetFlags("a2", AB_RECIPIENTS);
   EXPECT_EQ(Get(false), "b2");
-  state_.a.SetFlags("a2", AB_MODIFIABLE);
+  a_.SetFlags("a2", AB_MODIFIABLE);
   EXPECT_EQ(Get(false), "b2") << "stays for the session";
-  LogOnAgain();
+  LogOn();
   EXPECT_EQ(Get(false), "a2");
-  state_.a.SetFlags("a2", 0);
-  state_.b.SetFlags("b2", 0);
+  a_.SetFlags("a2", 0);
+  b_.SetFlags("b2", 0);
   EXPECT_EQ(Get(false, E_FAIL), "");
   calls_.DoBadly(1, Misdeed::kFails, true);
   EXPECT_EQ(Get(false, kFakeFailure), "");
 }
 
 TEST_F(SettingsTest, StoredValuesOfOtherTypesCountAsNone) {
-  state_.LogOff();
+  LogOff();
   Store(LongValue(WithPropType(PR_AB_SEARCH_PATH, PT_LONG), 1));
   Store(LongValue(WithPropType(PR_AB_DEFAULT_PAB, PT_LONG), 1));
   SPropValue empty{};
   empty.ulPropTag = PR_AB_DEFAULT_DIR;
   Store(empty);
-  ASSERT_EQ(state_.LogOn(), S_OK);
+  LogOn();
   EXPECT_EQ(SearchPath(), "a1 a2 b1 b2");
   EXPECT_EQ(Get(false), "a2");
   EXPECT_EQ(Get(true), "a1");
