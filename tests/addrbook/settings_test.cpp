@@ -2,8 +2,6 @@
 #include "addrbook/settings.h"
 
 #include "addrbook/address_book_fixture.h"
-#include "profiles/profile_store.h"
-#include "tables/registry_persistence.h"
 
 namespace uab {
 namespace {
@@ -13,8 +11,7 @@ class SettingsTest : public AddressBookTest {
   std::string Get(bool directory, HRESULT expected = S_OK) {
     ULONG size = 9;
     ChainPtr<ENTRYID> entry;
-    EXPECT_EQ(directory ? book_->GetDefaultDir(&size, entry.Put()) : book_->GetPAB(&size, entry.Put()),
-              expected);
+    EXPECT_EQ(directory ? book_->GetDefaultDir(&size, entry.Put()) : book_->GetPAB(&size, entry.Put()), expected);
     EXPECT_EQ(size == 0, !entry);
     return entry ? Bytes(entry.Get(), size).substr(20) : "";
   }
@@ -36,34 +33,30 @@ class SettingsTest : public AddressBookTest {
     return book_->SetSearchPath(0, rows);
   }
 
-  // What the profile's key holds, by identifier: "3d05=a1,b1 3d07=a2".
+  // What the profile holds: "path a1 b1;dir a1;pab a2;".
   std::string Stored() {
-    UniqueKey key;
-    PropList list;
-    EXPECT_EQ(OpenProfileKey(kAppKey, kProfile, ProfileKeyMode::kOpen, key), S_OK);
-    EXPECT_EQ(LoadList(list, key.Get()), S_OK);
+    Settings settings;
+    EXPECT_EQ(settings.Load(kAppKey, kProfile), S_OK);
     std::string text;
-    for (ULONG tag : {PR_AB_SEARCH_PATH, PR_AB_DEFAULT_DIR, PR_AB_DEFAULT_PAB}) {
-      const PropNode* node = list.Find(tag);
-      if (node == nullptr) continue;
+    for (auto [tag, name] :
+         {std::pair(PR_AB_SEARCH_PATH, "path"), {PR_AB_DEFAULT_DIR, "dir"}, {PR_AB_DEFAULT_PAB, "pab"}}) {
       ChainPtr<SPropValue> value;
-      EXPECT_EQ(AllocateInto(value), S_OK);
-      EXPECT_EQ(ReadPropRecord(node->record, value.Get(), *value.Get()), S_OK);
+      if (Failed(settings.Read(tag, value))) continue;
       const SBinaryArray one = {1, &value->Value.bin};
       const SBinaryArray& members = tag == PR_AB_SEARCH_PATH ? value->Value.MVbin : one;
-      text += tag == PR_AB_SEARCH_PATH ? "path" : tag == PR_AB_DEFAULT_DIR ? "dir" : "pab";
-      for (ULONG i = 0; i < members.cValues; ++i)
+      text += name;
+      for (ULONG i = 0; i < members.cValues; ++i) {
         (text += " ") += Bytes(members.lpbin[i].lpb, members.lpbin[i].cb).substr(20);
+      }
       text += ";";
     }
     return text;
   }
-  void Store(const SPropValue& value) {
-    UniqueKey key;
-    PropList list;
-    ASSERT_EQ(OpenProfileKey(kAppKey, kProfile, ProfileKeyMode::kCreate, key), S_OK);
-    ASSERT_EQ(list.Set(value), S_OK);
-    ASSERT_EQ(SaveList(list, key.Get()), S_OK);
+  static void Store(const SPropValue& value) {
+    Settings settings;
+    ASSERT_EQ(settings.Load(kAppKey, kProfile), S_OK);
+    ASSERT_EQ(settings.Set(value), S_OK);
+    settings.Save();
   }
 };
 

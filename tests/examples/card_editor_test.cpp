@@ -72,22 +72,5 @@ TEST(CardEditor, FoldsBetweenCharactersAndReadsBackTheSame) {
   }
 }
 
-TEST(CardEditor, AdoptsATextButNotItsIdentityAndMembers) {
-  std::string list = NewCard(true, "mine", {40, NewLine::kLf});
-  SetName(list, "Mine");
-  AddMember(list, StyleOf(list), "m1");
-  const std::string other =
-      "BEGIN:VCARD\nVERSION:4.0\nKIND:group\nUID:other\nFN:Theirs\nX-ODD:1\nMEMBER:m2\nEND:VCARD\n";
-  ASSERT_TRUE(AdoptText(list, other));
-  EXPECT_EQ(
-      list,
-      "BEGIN:VCARD\nVERSION:4.0\nKIND:group\nUID:urn:uuid:mine\nFN:Theirs\nX-ODD:1\nMEMBER:urn:uuid:m1\nEND:VCARD\n");
-  for (const std::string& bad : {other + other, std::string("FN:x\n"), " " + other, NewCard(false, "u", {})}) {
-    const std::string before = list;
-    EXPECT_FALSE(AdoptText(list, bad)) << bad;
-    EXPECT_EQ(list, before);
-  }
-}
-
 }  // namespace
 }  // namespace uab::vcard

@@ -1,7 +1,6 @@
-// String functions and module paths, one set of cases for the system's own and for the stand-ins.
+// String functions, one set of cases for the system's own and for the stand-ins.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <limits>
 
 #include "platform/win32.h"
@@ -39,15 +38,6 @@ TEST(Text, WideCharToMultiByteCountsTheTerminator) {
   EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
   EXPECT_EQ(WideCharToMultiByte(CP_ACP, 0, UAB_TEXT("Entry"), -1, out, 6, nullptr, nullptr), 6);
   EXPECT_EQ(std::string(out, 7), std::string("Entry\0?", 7));
-}
-
-TEST(Modules, PathOfTheProgram) {
-  WCHAR path[1024];
-  DWORD length = GetModuleFileNameW(nullptr, path, 1024);
-  EXPECT_EQ(std::filesystem::path(path).stem(), "platform_test");
-  EXPECT_EQ(GetModuleFileNameW(nullptr, path, length + 1), length);
-  EXPECT_EQ(GetModuleFileNameW(nullptr, path, length), length);  // one too few
-  EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
 }
 
 }  // namespace

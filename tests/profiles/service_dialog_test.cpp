@@ -27,9 +27,7 @@ std::string Snapshot(HWND window) {
     if (was_disabled) EnableWindow(GetDlgItem(window, button), FALSE);
     shown += was_disabled ? '-' : "ARC"[button - 1156];
   }
-  const std::pair<int, const char*> controls[] = {{1, "@O"},    {2, "@X"},    {1155, "@L"},
-                                                  {1156, "@A"}, {1157, "@R"}, {1158, "@C"}};
-  for (auto [control, name] : controls) {
+  for (auto [control, name] : {std::pair(1, "@O"), {2, "@X"}, {1155, "@L"}, {1156, "@A"}, {1157, "@R"}, {1158, "@C"}}) {
     if (GetFocus() != nullptr && GetFocus() == GetDlgItem(window, control)) shown += name;
   }
   return shown;

@@ -1,5 +1,5 @@
-// What any thread may call, on several threads at once: a session with its tables and its address book, profile and
-// service administration with their sections, a second session on the same profile, each thread's own chains and logons.
+// What any thread may call, on several threads at once: two sessions on one profile with their tables and address
+// books, profile and service administration with their sections, each thread's own chains and logons.
 #include <thread>
 
 #include "session/staged_world.h"
@@ -11,37 +11,43 @@ namespace {
 struct SessionThreads : LogonTest {
   void SetUp() override {
     LogonTest::SetUp();
-    world.roles[0].keeps_support = true;
-    ASSERT_EQ(Open(two, session, address_book.Put()), S_OK);
-    ComPtr<IUnknown> root;
+    world.roles[0].keeps_support = true;  // of the second session
+    for (int i : {0, 1}) ASSERT_EQ(Open(two, sessions[i], books[i].Put()), S_OK);
     ULONG type = 0;
-    ASSERT_EQ(address_book->OpenEntry(0, nullptr, nullptr, 0, &type, root.Put()), S_OK);
-    ASSERT_EQ(root->QueryInterface(IID_IABContainer, container.PutVoid()), S_OK);
+    auto** root = reinterpret_cast<IUnknown**>(container.Put());
+    ASSERT_EQ(books[0]->OpenEntry(0, nullptr, nullptr, 0, &type, root), S_OK);
     ASSERT_EQ(container->GetHierarchyTable(MAPI_UNICODE | CONVENIENT_DEPTH, shared.Put()), S_OK);
+    ASSERT_EQ(profiles->AdminServices(empty, MAPI_UNICODE, services.Put()), S_OK);
+    ASSERT_EQ(services->CreateMsgService(staged, staged, nullptr, 0, 0, MAPI_UNICODE), S_OK);
+    RowSetPtr rows;
+    ASSERT_EQ(ServiceTable()->QueryRows(1, 0, rows.Put()), S_OK);
+    const SPropValue* found = FindProp(rows->aRow[0].lpProps, rows->aRow[0].cValues, PR_SERVICE_UID);
+    std::copy_n(found->Value.bin.lpb, sizeof(uid), uid.ab);
+    ASSERT_EQ(services->OpenProfileSection(&uid, nullptr, MAPI_MODIFY, section.Put()), S_OK);
   }
   void TearDown() override {
-    shared.Reset();
-    container.Reset();
-    address_book.Reset();
-    session.Reset();
-    world.roles[0].support.Reset();
+    section.Reset(), services.Reset(), shared.Reset(), container.Reset(), world.roles[0].support.Reset();
+    for (int i : {1, 0}) books[i].Reset(), sessions[i].Reset();
     LogonTest::TearDown();
   }
+  ComPtr<IMAPITable> ServiceTable() {
+    ComPtr<IMAPITable> table;
+    EXPECT_EQ(services->GetMsgServiceTable(MAPI_UNICODE, table.Put()), S_OK);
+    return table;
+  }
 
-  void UseSession(int thread) {
+  void UseSession(IUABSession& session, int provider) {
     ULONG size = 0;
     ChainPtr<ENTRYID> identity;
     ComPtr<IUnknown> same;
     ComPtr<IAddrBook> book;
     ComPtr<IMsgServiceAdmin> admin;
-    ComPtr<IMAPITable> services;
-    EXPECT_EQ(session->QueryInterface(IID_IUABSession, same.PutVoid()), S_OK);
-    EXPECT_EQ(session->QueryIdentity(&size, identity.Put()), S_OK);
-    EXPECT_EQ(session->OpenAddressBook(0, book.Put()), S_OK);
-    EXPECT_EQ(session->AdminServices(0, admin.Put()), S_OK);
-    EXPECT_EQ(admin->GetMsgServiceTable(MAPI_UNICODE, services.Put()), S_OK);
-    AdrListPtr list = ListOf(thread % 2);
-    EXPECT_EQ(Expand(*session.Get(), list), S_OK);
+    EXPECT_EQ(session.QueryInterface(IID_IUABSession, same.PutVoid()), S_OK);
+    EXPECT_EQ(session.QueryIdentity(&size, identity.Put()), S_OK);
+    EXPECT_EQ(session.OpenAddressBook(0, book.Put()), S_OK);
+    EXPECT_EQ(session.AdminServices(0, admin.Put()), S_OK);
+    AdrListPtr list = ListOf(provider);
+    EXPECT_EQ(Expand(session, list), S_OK);
     EXPECT_EQ(list->cEntries, 4u);
   }
   void UseTables() {
@@ -56,70 +62,32 @@ struct SessionThreads : LogonTest {
       EXPECT_EQ(rows, 4u);
     }
   }
-  void UseAddressBook(const std::string& id) {
+  void UseAddressBook(IAddrBook& book, const std::string& id) {
     ULONG type = 0, size = 0, connection = 0;
     ComPtr<IUnknown> object;
     ChainPtr<ENTRYID> pab;
     RowSetPtr path;
-    EXPECT_EQ(address_book->OpenEntry(SizeOf(id), EntryIn(id), nullptr, 0, &type, object.Put()), S_OK);
-    EXPECT_EQ(address_book->Advise(SizeOf(id), EntryIn(id), 0, nullptr, &connection), S_OK);
-    EXPECT_EQ(address_book->Unadvise(connection), S_OK);
-    EXPECT_EQ(address_book->SetPAB(SizeOf(id), EntryIn(id)), S_OK);
-    EXPECT_EQ(address_book->GetPAB(&size, pab.Put()), S_OK);
-    EXPECT_EQ(address_book->GetSearchPath(0, path.Put()), S_OK);
+    EXPECT_EQ(book.OpenEntry(SizeOf(id), EntryIn(id), nullptr, 0, &type, object.Put()), S_OK);
+    EXPECT_EQ(book.Advise(SizeOf(id), EntryIn(id), 0, nullptr, &connection), S_OK);
+    EXPECT_EQ(book.Unadvise(connection), S_OK);
+    EXPECT_EQ(book.SetPAB(SizeOf(id), EntryIn(id)), S_OK);
+    EXPECT_EQ(book.GetPAB(&size, pab.Put()), S_OK);
+    EXPECT_EQ(book.GetSearchPath(0, path.Put()), S_OK);
+    EXPECT_EQ(book.SetSearchPath(0, path.Get()), S_OK);
     AdrListPtr list = ListOf(0);
-    EXPECT_EQ(address_book->PrepareRecips(0, nullptr, list.Get()), S_OK);
+    EXPECT_EQ(book.PrepareRecips(0, nullptr, list.Get()), S_OK);
   }
   // An identifier that is registered late is found at once.
-  void RegisterLate(char number) {
-    MAPIUID uid = {};
-    uid.ab[0] = static_cast<BYTE>(number);
-    EXPECT_EQ(world.roles[0].support->SetProviderUID(&uid, 0), S_OK);
-    const std::string id = std::string(4, '\0') + Bytes(&uid, sizeof(uid));
+  void RegisterLate() {
+    static std::atomic<ULONG> count = 0;
+    const ULONG number = ++count;
+    MAPIUID late = {};
+    std::copy_n(reinterpret_cast<const BYTE*>(&number), sizeof number, late.ab);
+    EXPECT_EQ(world.roles[0].support->SetProviderUID(&late, 0), S_OK);
+    const std::string id = std::string(4, '\0') + Bytes(&late, sizeof late);
     ULONG connection = 0;
-    EXPECT_EQ(address_book->Advise(SizeOf(id), EntryIn(id), 0, nullptr, &connection), S_OK);
+    EXPECT_EQ(books[1]->Advise(SizeOf(id), EntryIn(id), 0, nullptr, &connection), S_OK);
   }
-
-  ComPtr<IUABSession> session;
-  ComPtr<IAddrBook> address_book;
-  ComPtr<IABContainer> container;
-  ComPtr<IMAPITable> shared;
-};
-
-TEST_F(SessionThreads, EightAtOnce) {
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 8; ++t) {
-    threads.emplace_back([this, t] {
-      for (int i = 0; i < 20; ++i) {
-        UseSession(t);
-        UseTables();
-        UseAddressBook(world.providers[t % 2].Id("people"));
-        RegisterLate(static_cast<char>(t * 20 + i));
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-}
-
-struct AdminThreads : SessionThreads {
-  void SetUp() override {
-    SessionThreads::SetUp();
-    ASSERT_EQ(Open(two, second, second_book.Put()), S_OK);
-    ASSERT_EQ(profiles->AdminServices(empty, MAPI_UNICODE, services.Put()), S_OK);
-    ASSERT_EQ(services->CreateMsgService(staged, staged, nullptr, 0, 0, MAPI_UNICODE), S_OK);
-    ComPtr<IMAPITable> table;
-    RowSetPtr rows;
-    ASSERT_EQ(services->GetMsgServiceTable(MAPI_UNICODE, table.Put()), S_OK);
-    ASSERT_EQ(table->QueryRows(1, 0, rows.Put()), S_OK);
-    const SPropValue* found = FindProp(rows->aRow[0].lpProps, rows->aRow[0].cValues, PR_SERVICE_UID);
-    std::copy_n(found->Value.bin.lpb, sizeof(uid), uid.ab);
-    ASSERT_EQ(services->OpenProfileSection(&uid, nullptr, MAPI_MODIFY, section.Put()), S_OK);
-  }
-  void TearDown() override {
-    section.Reset(), services.Reset(), second_book.Reset(), second.Reset();
-    SessionThreads::TearDown();
-  }
-
   void UseProfiles(WCHAR number) {
     WCHAR own[] = {'o', 'w', 'n', number, 0}, renamed[] = {'n', 'e', 'w', number, 0};
     ComPtr<IMAPITable> table;
@@ -137,13 +105,12 @@ struct AdminThreads : SessionThreads {
     WCHAR text[] = {'t', number, 0};
     SPropValue value = TextValue(PR_COMMENT_W, text);
     TagArray<1> tags = {1, {PR_COMMENT_W}};
-    ComPtr<IMAPITable> table;
     ComPtr<IMAPIProp> own;
     IMAPIProp* none = nullptr;
     ULONG count = 0;
     ChainPtr<SPropValue> values;
     EXPECT_EQ(services->CreateMsgService(staged, staged, nullptr, 0, 0, MAPI_UNICODE), S_OK);
-    EXPECT_EQ(services->GetMsgServiceTable(MAPI_UNICODE, table.Put()), S_OK);
+    ServiceTable();
     EXPECT_EQ(services->ConfigureMsgService(&uid, 0, MAPI_UNICODE, 1, &value, &none), S_OK);
     EXPECT_EQ(services->OpenProfileSection(&uid, nullptr, MAPI_MODIFY, own.Put()), S_OK);
     for (IMAPIProp* each : {own.Get(), section.Get()}) {
@@ -152,7 +119,7 @@ struct AdminThreads : SessionThreads {
       EXPECT_EQ(each->SaveChanges(0), S_OK);
     }
   }
-  void UseChains() {
+  static void UseChains() {
     void *head = nullptr, *linked = nullptr;
     ASSERT_EQ(UABAllocateBuffer(100, &head), S_OK);
     for (ULONG size = 1; size < 2000; size *= 2) EXPECT_EQ(UABAllocateMore(size, head, &linked), S_OK);
@@ -160,41 +127,36 @@ struct AdminThreads : SessionThreads {
   }
 
   WCHAR staged[8] = {'S', 't', 'a', 'g', 'e', 'd', '0', 0};
-  ComPtr<IUABSession> second;
-  ComPtr<IAddrBook> second_book;
+  ComPtr<IUABSession> sessions[2];
+  ComPtr<IAddrBook> books[2];
+  ComPtr<IABContainer> container;
+  ComPtr<IMAPITable> shared;
   ComPtr<IMsgServiceAdmin> services;
   ComPtr<IMAPIProp> section;
   MAPIUID uid = {};
 };
 
-TEST_F(AdminThreads, AdministrationAndTwoSessionsAtOnce) {
-  const std::string id = world.providers[0].Id("people");
+TEST_F(SessionThreads, EightAtOnce) {
   const int rounds = IsSoak() ? 40 : 3;
   std::vector<std::thread> threads;
-  for (int t = 0; t < 6; ++t) {
-    threads.emplace_back([&, t] {
-      for (int i = 0; i < rounds; ++i) {
+  for (int t = 0; t < 8; ++t) {
+    threads.emplace_back([this, t, rounds] {
+      for (int i = 0; i < rounds * 6; ++i) {
+        UseSession(*sessions[i % 2], t % 2);
+        UseTables();
+        UseAddressBook(*books[i % 2], world.providers[t % 2].Id("people"));
+        RegisterLate();
+        UseChains();
+        if (i % 6 != 0) continue;  // what changes the registry takes its time
         UseProfiles(static_cast<WCHAR>('0' + t));
         UseServices(static_cast<WCHAR>('0' + t));
-        UseChains();
-        UseSession(t);
-        for (IAddrBook* book : {address_book.Get(), second_book.Get()}) {
-          ULONG connection = 0;
-          RowSetPtr path;
-          EXPECT_EQ(book->Advise(SizeOf(id), EntryIn(id), 0, nullptr, &connection), S_OK);
-          EXPECT_EQ(book->Unadvise(connection), S_OK);
-          EXPECT_EQ(book->GetSearchPath(0, path.Put()), S_OK);
-          EXPECT_EQ(book->SetSearchPath(0, path.Get()), S_OK);
-        }
       }
     });
   }
   for (std::thread& thread : threads) thread.join();
-  ComPtr<IMAPITable> table;
   ULONG rows = 0;
-  ASSERT_EQ(services->GetMsgServiceTable(MAPI_UNICODE, table.Put()), S_OK);
-  EXPECT_EQ(table->GetRowCount(0, &rows), S_OK);
-  EXPECT_EQ(rows, 1u + 6u * static_cast<ULONG>(rounds));
+  EXPECT_EQ(ServiceTable()->GetRowCount(0, &rows), S_OK);
+  EXPECT_EQ(rows, 1u + 8u * static_cast<ULONG>(rounds));
 }
 
 }  // namespace

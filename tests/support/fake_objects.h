@@ -28,20 +28,28 @@ inline std::vector<std::string> Strings(const ENTRYLIST& list) {
   return ids;
 }
 
-// The entries of some identifiers, as they stand when the table is made. A row of an unknown one is a PR_ENTRYID alone.
-// A new table stands at its end, where an earlier reader may have left it.
-class FakeTable final : public RefusingTable<Refusing<IMAPITable>> {
+// Counted in its provider; goes with its last reference.
+template <typename Base>
+class FakeBase : public Base {
  public:
-  FakeTable(FakeProvider& provider, const std::vector<std::string>& ids)
-      : provider_(provider), ids_(ids), position_(ids.size()) {
-    ++provider_.live_objects;
-  }
-  ~FakeTable() { --provider_.live_objects; }
+  explicit FakeBase(FakeProvider& provider) : provider_(provider) { ++provider_.live_objects; }
+  virtual ~FakeBase() { --provider_.live_objects; }
   ULONG UAB_CALL Release() override {
-    ULONG left = --references;
+    ULONG left = --this->references;
     if (left == 0) delete this;
     return left;
   }
+
+ protected:
+  FakeProvider& provider_;
+};
+
+// The entries of some identifiers, as they stand when the table is made. A row of an unknown one is a PR_ENTRYID alone.
+// A new table stands at its end, where an earlier reader may have left it.
+class FakeTable final : public FakeBase<RefusingTable<Refusing<IMAPITable>>> {
+ public:
+  FakeTable(FakeProvider& provider, const std::vector<std::string>& ids)
+      : FakeBase(provider), ids_(ids), position_(ids.size()) {}
   HRESULT UAB_CALL SetColumns(SPropTagArray* tags, ULONG) override {
     if (FakeProvider::Turn turn = provider_.Enter("SetColumns"); turn.stop) return turn.result;
     columns_.assign(&tags->cValues, &tags->cValues + 1 + tags->cValues);
@@ -62,18 +70,16 @@ class FakeTable final : public RefusingTable<Refusing<IMAPITable>> {
     if (HRESULT hr = AllocateInto(block, RowSetSize(wanted)); Failed(hr)) return hr;
     RowSetPtr set(block.Detach());
     auto* columns = columns_.empty() ? nullptr : reinterpret_cast<SPropTagArray*>(columns_.data());
-    for (std::size_t i = 0; i < wanted; ++i) {
-      const std::string& id = ids_[position_ + i];
+    for (; set->cRows < wanted; ++set->cRows) {
+      const std::string& id = ids_[position_ + set->cRows];
       FakeEntryPtr entry = provider_.Find(id);
       PropList alone;
-      HRESULT hr =
-          entry != nullptr ? S_OK : alone.Set(BinaryValue(PR_ENTRYID, id.data(), static_cast<ULONG>(id.size())));
+      HRESULT hr = alone.Set(BinaryValue(PR_ENTRYID, id.data(), static_cast<ULONG>(id.size())));
+      SRow& row = set->aRow[set->cRows];
+      const std::string name = id.size() < 20 ? "" : id.substr(20);
+      const PropList& props = entry != nullptr ? entry->props : alone;
+      if (Succeeded(hr)) hr = provider_.AnswerValues(turn, props, name, columns, &row.cValues, &row.lpProps);
       if (Failed(hr)) return hr;
-      SRow& row = set->aRow[i];
-      hr = provider_.AnswerValues(turn, entry != nullptr ? entry->props : alone, id.size() < 20 ? "" : id.substr(20),
-                                  columns, &row.cValues, &row.lpProps);
-      if (Failed(hr)) return hr;
-      ++set->cRows;
     }
     if (!provider_.calls->endless) position_ += wanted;
     *rows = set.Detach();
@@ -81,7 +87,6 @@ class FakeTable final : public RefusingTable<Refusing<IMAPITable>> {
   }
 
  private:
-  FakeProvider& provider_;
   std::vector<std::string> ids_;
   std::vector<ULONG> columns_;  // count, then tags: an SPropTagArray
   std::size_t position_;
@@ -89,13 +94,10 @@ class FakeTable final : public RefusingTable<Refusing<IMAPITable>> {
 
 // A user, list or container, by the entry's type: its QueryInterface accepts what the type has. One class, so that a
 // wrong cast is found by the test and not by the stack.
-class FakeObject final : public RefusingABContainer<RefusingProp<Refusing<IABContainer>>> {
+class FakeObject final : public FakeBase<RefusingABContainer<RefusingProp<Refusing<IABContainer>>>> {
  public:
   FakeObject(FakeProvider& provider, FakeEntryPtr entry, FakeEntryPtr parent = nullptr)
-      : provider_(provider), entry_(std::move(entry)), parent_(std::move(parent)) {
-    ++provider_.live_objects;
-  }
-  ~FakeObject() { --provider_.live_objects; }
+      : FakeBase(provider), entry_(std::move(entry)), parent_(std::move(parent)) {}
   HRESULT UAB_CALL QueryInterface(const IID& iid, void** object) override {
     *object = nullptr;
     if (FakeProvider::Turn turn = provider_.Enter("QueryInterface"); turn.stop) return turn.result;
@@ -108,11 +110,6 @@ class FakeObject final : public RefusingABContainer<RefusingProp<Refusing<IABCon
     AddRef();
     *object = this;
     return S_OK;
-  }
-  ULONG UAB_CALL Release() override {
-    ULONG left = --references;
-    if (left == 0) delete this;
-    return left;
   }
   HRESULT UAB_CALL SaveChanges(ULONG) override {
     if (FakeProvider::Turn turn = provider_.Enter("SaveChanges"); turn.stop) return turn.result;
@@ -157,18 +154,15 @@ class FakeObject final : public RefusingABContainer<RefusingProp<Refusing<IABCon
     if (problems != nullptr) *problems = nullptr;
     if (FakeProvider::Turn turn = provider_.Enter("SetProps"); turn.stop) return turn.result;
     ChainPtr<SPropProblemArray> found;
-    for (ULONG i = 0; i < count; ++i) {
-      if (values[i].ulPropTag == PR_NULL) continue;
-      if (values[i].ulPropTag == PR_COMMENT_W && problems != nullptr) {
-        if (HRESULT hr = AllocateInto(found, ProblemArraySize(1)); Failed(hr)) return hr;
-        found->cProblem = 1;
-        found->aProblem[0] = {i, PR_COMMENT_W, E_ACCESSDENIED};
-      } else if (HRESULT hr = entry_->props.Set(values[i]); Failed(hr)) {
-        return hr;
-      }
+    HRESULT hr = S_OK;
+    for (ULONG i = 0; i < count && Succeeded(hr); ++i) {
+      const bool refused = values[i].ulPropTag == PR_COMMENT_W && problems != nullptr;
+      if (!refused && values[i].ulPropTag != PR_NULL) hr = entry_->props.Set(values[i]);
+      if (refused) hr = AllocateInto(found, ProblemArraySize(1));
+      if (refused && found) *found.Get() = {1, {{i, PR_COMMENT_W, E_ACCESSDENIED}}};
     }
-    if (problems != nullptr) *problems = found.Detach();
-    return S_OK;
+    if (problems != nullptr && Succeeded(hr)) *problems = found.Detach();
+    return hr;
   }
   HRESULT UAB_CALL GetContentsTable(ULONG flags, IMAPITable** table) override {
     *table = nullptr;
@@ -212,10 +206,7 @@ class FakeObject final : public RefusingABContainer<RefusingProp<Refusing<IABCon
   }
   HRESULT UAB_CALL DeleteEntries(ENTRYLIST* entries, ULONG) override {
     std::string names;
-    for (const std::string& id : Strings(*entries)) {
-      if (!names.empty()) names += ' ';
-      names += id.substr(20);
-    }
+    for (const std::string& id : Strings(*entries)) names += (names.empty() ? "" : " ") + id.substr(20);
     if (FakeProvider::Turn turn = provider_.Enter("DeleteEntries", names); turn.stop) return turn.result;
     for (const std::string& id : Strings(*entries)) {
       std::erase(entry_->members, id);
@@ -225,7 +216,6 @@ class FakeObject final : public RefusingABContainer<RefusingProp<Refusing<IABCon
   }
 
  private:
-  FakeProvider& provider_;
   FakeEntryPtr entry_;
   FakeEntryPtr parent_;  // of a new entry that is not saved yet
 };

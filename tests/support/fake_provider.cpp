@@ -206,18 +206,13 @@ HRESULT FakeProvider::Advise(ULONG, ENTRYID*, ULONG, IMAPIAdviseSink*, ULONG* co
 
 HRESULT FakeProvider::Unadvise(ULONG connection) { return Enter("Unadvise", std::to_string(connection)).result; }
 
-HRESULT FakeProvider::NewEntry(ULONG_PTR ui, ULONG flags, ULONG container_size, ENTRYID* container, ULONG template_size,
-                               ENTRYID* entry_template, ULONG* size, ENTRYID** entry) {
+HRESULT FakeProvider::NewEntry(ULONG_PTR ui, ULONG flags, ULONG, ENTRYID*, ULONG, ENTRYID*, ULONG* size,
+                               ENTRYID** entry) {
   *size = 0;
   *entry = nullptr;
   const std::string detail = std::to_string(ui) + " " + std::to_string(flags);
   if (Turn turn = Enter("NewEntry", detail); turn.stop) return turn.result;
-  FakeEntryPtr model = Find(BytesAt(template_size, entry_template));
-  FakeEntryPtr parent = Find(BytesAt(container_size, container));
-  auto made = std::make_shared<FakeEntry>();
-  made->type = model != nullptr ? model->type : MAPI_MAILUSER;
-  Save(parent != nullptr ? parent.get() : root_.get(), made);
-  std::span<const BYTE> id = RecordBytes(made->props.Find(PR_ENTRYID)->record);
+  const std::string id = Id("new 1");
   ChainPtr<ENTRYID> copy;
   if (HRESULT hr = AllocateInto(copy, id.size()); Failed(hr)) return hr;
   std::memcpy(copy.Get(), id.data(), id.size());

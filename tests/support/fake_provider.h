@@ -110,7 +110,7 @@ class FakeProvider : public RefusingAddrBook<RefusingProp<Refusing<IAddrBook>>> 
   FakeEntry& At(std::string_view name) { return *store_.at(Id(name)); }
   FakeEntryPtr Find(const std::string& id) const;
   std::size_t size() const { return store_.size(); }
-  void DropNewEntries();                                     // those that CreateEntry and NewEntry made
+  void DropNewEntries();                                     // those that CreateEntry made
   FakeEntry& root() { return *root_; }                       // the top-level container; what GetProps tells of
   FakeEntryPtr Save(FakeEntry* parent, FakeEntryPtr entry);  // gives a new entry its identifier and its place
 

@@ -126,35 +126,40 @@ TEST_F(RegistryPersistence, PassesOverWhatIsNoRecord) {
   const Data string_block = Record(strings, {1}, {0, 0, 0, 0, 0, 0, 0, 0, 'x', 0, 0, 0});
   Data run_block = Record(kRuns, {1}, Data(24));
   run_block[32] = 8;
+  constexpr long kRefused = -1, kText = -2;
   const struct {
     const char* what;
     Data data;
-    bool accepted;
+    long count;  // of bytes or members, as it is read; the data decides
   } cases[] = {
-      {"as it should be", text, true},
-      {"8 bytes", Record(PR_ENTRYID, {8}, Data(8)), true},
-      {"9 bytes", Record(PR_ENTRYID, {9}, Data(9)), true},
-      {"stored pointer", Patched(text, 16, 0xDEADBEEF), true},
-      {"shorter than a record", Data(text.begin(), text.begin() + 39), false},
-      {"cut", Data(run_block.begin(), run_block.end() - 8), false},
-      {"length of the record too long", Patched(text, 0, 48), false},
-      {"data length overflows", Patched(text, 4, 0xFFFFFFFF), false},
-      {"data longer than the record", Patched(Record(PR_ENTRYID, {9}, Data(9)), 4, 17), false},
-      {"data shorter than the record", Patched(Record(PR_ENTRYID, {9}, Data(9)), 4, 8), false},
-      {"string without end", Record(PR_DISPLAY_NAME_W, {}, {'x', 0, 'y', 0}), false},
-      {"8-bit string without end", Record(PR_SERVICE_ENTRY_NAME, {}, {'x', 'y'}), false},
-      {"string of half a character", Record(PR_DISPLAY_NAME_W, {}, {0}), false},
-      {"short GUID", Record(kClsid, {}, Data(15)), false},
-      {"string list", string_block, true},
-      {"string list of too many", Patched(string_block, 16, 2), false},
-      {"string list, count overflows", Patched(string_block, 16, 0x20000001), false},
-      {"string list without end", Record(strings, {1}, {0, 0, 0, 0, 0, 0, 0, 0, 'x', 0}), false},
-      {"run list", run_block, true},
-      {"run list, run too long", Patched(run_block, 32, 9), false},
-      {"run list, count overflows", Patched(run_block, 16, 0x10000001), false},
-      {"numbers, count too large", Record(kLongs, {3}, Data(8)), false},
-      {"numbers, count overflows", Patched(Record(PropTag(PT_MV_I8, 0x6604), {1}, Data(8)), 16, 0x20000001), false},
-      {"list of an unknown type", Record(PropTag(0x10FF, 0x6605), {1}, Data(8)), false},
+      {"as it should be", text, kText},
+      {"8 bytes", Record(PR_ENTRYID, {8}, Data(8)), 8},
+      {"9 bytes", Record(PR_ENTRYID, {9}, Data(9)), 9},
+      {"bytes, another count", Record(PR_ENTRYID, {0xFF, 0xFF, 0xFF, 0xFF}, Data(8)), 8},
+      {"bytes without data", Record(PR_ENTRYID, {9}), 0},
+      {"list without data", Record(kRuns, {9}), 0},
+      {"text without data", Record(PR_DISPLAY_NAME_W, {}), kText},
+      {"stored pointer", Patched(text, 16, 0xDEADBEEF), kText},
+      {"shorter than a record", Data(text.begin(), text.begin() + 39), kRefused},
+      {"cut", Data(run_block.begin(), run_block.end() - 8), kRefused},
+      {"length of the record too long", Patched(text, 0, 48), kRefused},
+      {"data length overflows", Patched(text, 4, 0xFFFFFFFF), kRefused},
+      {"data longer than the record", Patched(Record(PR_ENTRYID, {9}, Data(9)), 4, 17), kRefused},
+      {"data shorter than the record", Patched(Record(PR_ENTRYID, {9}, Data(9)), 4, 8), kRefused},
+      {"string without end", Record(PR_DISPLAY_NAME_W, {}, {'x', 0, 'y', 0}), kRefused},
+      {"8-bit string without end", Record(PR_SERVICE_ENTRY_NAME, {}, {'x', 'y'}), kRefused},
+      {"string of half a character", Record(PR_DISPLAY_NAME_W, {}, {0}), kRefused},
+      {"short GUID", Record(kClsid, {}, Data(15)), kRefused},
+      {"string list", string_block, 1},
+      {"string list of too many", Patched(string_block, 16, 2), kRefused},
+      {"string list, count overflows", Patched(string_block, 16, 0x20000001), kRefused},
+      {"string list without end", Record(strings, {1}, {0, 0, 0, 0, 0, 0, 0, 0, 'x', 0}), kRefused},
+      {"run list", run_block, 1},
+      {"run list, run too long", Patched(run_block, 32, 9), kRefused},
+      {"run list, count overflows", Patched(run_block, 16, 0x10000001), kRefused},
+      {"numbers, count too large", Record(kLongs, {3}, Data(8)), kRefused},
+      {"numbers, count overflows", Patched(Record(PropTag(PT_MV_I8, 0x6604), {1}, Data(8)), 16, 0x20000001), kRefused},
+      {"list of an unknown type", Record(PropTag(0x10FF, 0x6605), {1}, Data(8)), kRefused},
   };
   Store(key_.Get(), UAB_TEXT("other"), Record(PR_DEPTH, {7}), REG_SZ);  // names and value types are not looked at
   for (const auto& test : cases) {
@@ -162,8 +167,15 @@ TEST_F(RegistryPersistence, PassesOverWhatIsNoRecord) {
     Store(key_.Get(), UAB_TEXT("name"), test.data);
     PropList list;
     EXPECT_EQ(LoadList(list, key_.Get()), S_OK);
-    EXPECT_EQ(list.count(), test.accepted ? 2u : 1u);
     EXPECT_NE(list.Find(PR_DEPTH), nullptr);
+    ASSERT_EQ(list.count(), test.count == kRefused ? 1u : 2u);
+    if (test.count == kRefused) continue;
+    ChainPtr<SPropValue> read;
+    ASSERT_EQ(AllocateInto(read), S_OK);
+    const PropRecord& record = list.nodes()[list.nodes()[0]->tag() == PR_DEPTH ? 1 : 0]->record;
+    ASSERT_EQ(ReadPropRecord(record, read.Get(), *read.Get()), S_OK);
+    EXPECT_EQ(test.count == kText ? kText : static_cast<long>(read->Value.bin.cb), test.count);
+    EXPECT_TRUE(test.count != kText || lstrlenW(read->Value.lpszW) < 2);
   }
   Store(key_.Get(), UAB_TEXT("name"), {});
   PropList list;
