@@ -74,9 +74,9 @@ TEST_F(AddrBookTest, NewEntryIsRoutedByTheContainerElseByTheTemplate) {
     SCOPED_TRACE(&c - cases);
     ULONG size = 9;
     ChainPtr<ENTRYID> entry;
-    EXPECT_EQ(book_->NewEntry(4, 2, c.container_size, c.container, c.template_size, c.entry_template, &size,
-                                    entry.Put()),
-              c.hr);
+    EXPECT_EQ(
+        book_->NewEntry(4, 2, c.container_size, c.container, c.template_size, c.entry_template, &size, entry.Put()),
+        c.hr);
     EXPECT_EQ(size, c.hr == S_OK ? 25u : 0u);
     EXPECT_EQ(TakeLog(), c.asked);
   }

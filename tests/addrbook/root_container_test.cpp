@@ -46,10 +46,6 @@ TEST_F(RootContainerTest, HierarchyMergesTheProvidersInListOrder) {
   ULONG rows = 0;
   EXPECT_EQ(table->GetRowCount(0, &rows), S_OK);
   EXPECT_EQ(rows, 6u);
-  object = reinterpret_cast<IUnknown**>(table.Put());
-  EXPECT_EQ(root_->OpenProperty(PR_CONTAINER_CONTENTS, &IID_IMAPITable, 0, 0, object), E_NOINTERFACE);
-  EXPECT_EQ(root_->OpenProperty(PR_CONTAINER_HIERARCHY, &IID_IMAPIProp, 0, 0, object), E_NOINTERFACE);
-  EXPECT_EQ(root_->OpenProperty(PR_CONTAINER_HIERARCHY, nullptr, 0, 0, object), E_INVALIDARG);
 }
 
 TEST_F(RootContainerTest, TheLastProviderDecidesWhetherTheHierarchyFails) {

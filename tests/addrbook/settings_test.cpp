@@ -142,17 +142,5 @@ TEST_F(SettingsTest, StoredValuesOfOtherTypesCountAsNone) {
   EXPECT_EQ(Get(true), "a1");
 }
 
-TEST_F(SettingsTest, AHierarchyWithoutContainersHasNoDefault) {
-  ASSERT_EQ(SetPAB(FakeId('B', "b2")), S_OK);
-  SpoilWith([](SPropValue*&, ULONG& count) { count = count > 3 ? 3 : 0; });  // containers tell no flags
-  EXPECT_EQ(Get(true, E_FAIL), "");
-  calls_.spoil = nullptr;
-  calls_.DoBadly(1, Misdeed::kNothing, true);
-  EXPECT_EQ(Get(false, E_FAIL), "");
-  EXPECT_EQ(SetPAB(FakeId('A', "a2")), E_FAIL);
-  calls_.DoBadly(0);
-  EXPECT_EQ(Get(false), "b2");
-}
-
 }  // namespace
 }  // namespace uab

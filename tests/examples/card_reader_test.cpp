@@ -46,41 +46,5 @@ TEST(CardReader, ShowsNameAndFaxNumberOfEveryStyle) {
   }
 }
 
-TEST(CardReader, FindsWholeCardsAndCountsTheOthers) {
-  struct {
-    const char* file;
-    std::size_t cards;
-    std::size_t unreadable;
-  } const cases[] = {
-      {"", 0, 0},
-      {"\xEF\xBB\xBF"
-       "BEGIN:VCARD\r\nFN:A\r\nEND:VCARD",
-       1, 0},
-      {"begin:vcard\nend:vcard\n\n  \nBEGIN:VCARD \nEND:VCARD\t\n", 2, 0},
-      {"BEGIN:VCARD\nFN:A\nBEGIN:VCARD\nEND:VCARD\n", 1, 1},
-      {"BEGIN:VCARD\nFN:A\n", 0, 1},
-      {"BEGIN:VCARD\nAGENT:\nBEGIN:VCARD\nEND:VCARD\nFN:A\nEND:VCARD\n", 1, 0},
-      {"BEGIN:VCARD\nNOTE:a\n END:VCARD\nEND:VCARD\n", 1, 0},
-      {"END:VCARD\nnothing at all\n", 0, 0},
-  };
-  for (const auto& each : cases) {
-    std::size_t cards = 0;
-    EXPECT_EQ(ForEachCard(each.file, [&](std::size_t, std::size_t) { ++cards; }), each.unreadable) << each.file;
-    EXPECT_EQ(cards, each.cards) << each.file;
-  }
-}
-
-TEST(CardReader, ReadsMembersOfEveryKind) {
-  const auto members = MembersOf(
-      "MEMBER:urn:uuid:03A0E51F-D1AA-4385-8A53-E29025ACD8AF\nX-ADDRESSBOOKSERVER-MEMBER:urn:uuid:abc\n"
-      "MEMBER:mailto:Jo@Example.com\nMEMBER:\nMEMBER:pas-id-1\n");
-  ASSERT_EQ(members.size(), 4u);
-  EXPECT_EQ(members[0].text, "03a0e51f-d1aa-4385-8a53-e29025acd8af");
-  EXPECT_EQ(members[1].text, "abc");
-  EXPECT_TRUE(members[2].mail);
-  EXPECT_EQ(members[2].text, "jo@example.com");
-  EXPECT_EQ(members[3].text, "pas-id-1");
-}
-
 }  // namespace
 }  // namespace uab::vcard

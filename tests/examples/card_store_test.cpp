@@ -49,10 +49,7 @@ TEST(Book, KeepsWhatAnotherProgramHasWritten) {
 TEST(Book, NeverReplacesAFileThatItCannotRead) {
   const TestHive hive;
   Book book(hive.Folder() / "a.vcf");
-  const std::string wide(
-      "\xFF\xFE"
-      "B\0",
-      4);
+  const std::string wide("\xFF\xFE\x42\0", 4);
   Write(book, wide);
   book.Add("BEGIN:VCARD\nFN:A\nEND:VCARD\n");
   EXPECT_EQ(book.Save(true), E_ACCESSDENIED);

@@ -6,31 +6,23 @@
 
 #include <windows.h>
 
-static const wchar_t kHive[] = L"Software\\KELUAB other compiler test";
+/* One of this process, and one for several. */
+static const wchar_t kHive[] = L"Software\\KELUAB other compiler test", kSharedHive[] = L"Software\\KELUAB workers test";
 
-static inline int use_fresh_hive(void) {
+static inline void remove_named_hive(const wchar_t* name) {
+  RegOverridePredefKey(HKEY_CURRENT_USER, NULL);
+  RegDeleteTreeW(HKEY_CURRENT_USER, name);
+}
+static inline int use_named_hive(const wchar_t* name, int fresh) {
   HKEY key;
-  RegDeleteTreeW(HKEY_CURRENT_USER, kHive);
-  if (RegCreateKeyExW(HKEY_CURRENT_USER, kHive, 0, NULL, 0, KEY_ALL_ACCESS, NULL, &key, NULL) != 0) return 0;
+  if (fresh) remove_named_hive(name);
+  if (RegCreateKeyExW(HKEY_CURRENT_USER, name, 0, NULL, 0, KEY_ALL_ACCESS, NULL, &key, NULL) != 0) return 0;
   return RegOverridePredefKey(HKEY_CURRENT_USER, key) == 0 && RegCloseKey(key) == 0;
 }
-/* One for several processes. */
-static const wchar_t kSharedHive[] = L"Software\\KELUAB workers test";
-
-static inline void remove_shared_hive(void) {
-  RegOverridePredefKey(HKEY_CURRENT_USER, NULL);
-  RegDeleteTreeW(HKEY_CURRENT_USER, kSharedHive);
-}
-static inline int use_shared_hive(int fresh) {
-  HKEY key;
-  if (fresh) remove_shared_hive();
-  if (RegCreateKeyExW(HKEY_CURRENT_USER, kSharedHive, 0, NULL, 0, KEY_ALL_ACCESS, NULL, &key, NULL) != 0) return 0;
-  return RegOverridePredefKey(HKEY_CURRENT_USER, key) == 0 && RegCloseKey(key) == 0;
-}
-static inline void remove_hive(void) {
-  RegOverridePredefKey(HKEY_CURRENT_USER, NULL);
-  RegDeleteTreeW(HKEY_CURRENT_USER, kHive);
-}
+static inline int use_fresh_hive(void) { return use_named_hive(kHive, 1); }
+static inline int use_shared_hive(int fresh) { return use_named_hive(kSharedHive, fresh); }
+static inline void remove_hive(void) { remove_named_hive(kHive); }
+static inline void remove_shared_hive(void) { remove_named_hive(kSharedHive); }
 static inline void* load(const char* path) { return LoadLibraryA(path); }
 static inline void* symbol(void* library, const char* name) { return (void*)GetProcAddress(library, name); }
 static inline void unload(void* library) { FreeLibrary(library); }

@@ -199,17 +199,10 @@ TEST_F(ServiceDialogTest, NothingIsLeftHoweverTheWindowGoes) {
 TEST_F(ServiceDialogTest, RunsOutOfMemoryWithoutHarm) {
   Sys().dialog_box_param = &DialogBoxParamW;
   Make({0});
-  struct State {
-    ComPtr<IMsgServiceAdmin> services;
-    std::unique_ptr<DialogScript> user;
-  };
-  ForEachAllocationFailure(
-      [&] {
-        return State{Admin(kA), std::make_unique<DialogScript>("press 1158\nok\n")};
-      },
-      [](State& state) { return Show(*state.services) == IDOK ? S_OK : E_OUTOFMEMORY; },
-      [](State&, HRESULT) {},  // the sweep itself looks for what is left
-      {.release_may_allocate = true});
+  ForEachAllocationFailure([&] { return std::pair(Admin(kA), std::make_unique<DialogScript>("press 1158\nok\n")); },
+                           [](auto& state) { return Show(*state.first) == IDOK ? S_OK : E_OUTOFMEMORY; },
+                           [](auto&, HRESULT) {},  // the sweep itself looks for what is left
+                           {.release_may_allocate = true});
 }
 
 }  // namespace

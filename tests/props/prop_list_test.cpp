@@ -29,21 +29,15 @@ TEST(PropList, SetReplacesInPlaceWhateverTheType) {
 }
 
 TEST(PropList, MatchesComparesByType) {
-  auto number = [](ULONG type, auto SPropValueUnion::*field, auto content) {
-    SPropValue value{};
-    value.ulPropTag = PropTag(type, 1);
-    value.Value.*field = content;
+  auto text = [](const WCHAR* content) { return TextValue(PR_DISPLAY_NAME_W, content); };
+  auto bytes = [](const void* content, ULONG size) { return BinaryValue(PR_ENTRYID, content, size); };
+  auto real = [](float number) {
+    SPropValue value = LongValue(PropTag(PT_R4, 1), 0);
+    value.Value.flt = number;
     return value;
   };
-  auto text = [](const WCHAR* content) { return TextValue(PR_DISPLAY_NAME_W, content); };
-  auto text8 = [&](const char* content) {
-    return number(PT_STRING8, &SPropValueUnion::lpszA, const_cast<char*>(content));
-  };
-  auto bytes = [](const void* content, ULONG size) { return BinaryValue(PR_ENTRYID, content, size); };
-  GUID one = {1, 0, 0, {}}, same = one, other = {2, 0, 0, {}};
-  auto guid = [&](GUID& content) { return number(PT_CLSID, &SPropValueUnion::lpguid, &content); };
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  const ULONG i2 = PropTag(PT_I2, 1), time = PropTag(PT_SYSTIME, 1), currency = PropTag(PT_CURRENCY, 1);
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  const ULONG i2 = PropTag(PT_I2, 1), time = PropTag(PT_SYSTIME, 1);
   const struct {
     const char* what;
     SPropValue stored, given;
@@ -51,23 +45,14 @@ TEST(PropList, MatchesComparesByType) {
   } cases[] = {
       {"i2 looks at 16 bits", LongValue(i2, 0x10005), LongValue(i2, 0x20005), S_OK},
       {"long", LongValue(PR_DEPTH, 5), LongValue(PR_DEPTH, 6), MAPI_E_NOT_FOUND},
-      {"zeros of both signs", number(PT_R4, &SPropValueUnion::flt, 0.0f), number(PT_R4, &SPropValueUnion::flt, -0.0f),
-       S_OK},
-      {"nan", number(PT_DOUBLE, &SPropValueUnion::dbl, nan), number(PT_DOUBLE, &SPropValueUnion::dbl, nan),
-       MAPI_E_NOT_FOUND},
-      {"i8", number(PT_I8, &SPropValueUnion::li, LONGLONG{1} << 40),
-       number(PT_I8, &SPropValueUnion::li, LONGLONG{1} << 41), MAPI_E_NOT_FOUND},
-      {"text", text(UAB_TEXT("Fax")), text(UAB_TEXT("Fax")), S_OK},
+      {"zeros of both signs", real(0.0f), real(-0.0f), S_OK},
+      {"nan", real(nan), real(nan), MAPI_E_NOT_FOUND},
       {"text in another case", text(UAB_TEXT("Fax")), text(UAB_TEXT("FAX")), MAPI_E_NOT_FOUND},
       {"longer text", text(UAB_TEXT("Fax")), text(UAB_TEXT("Fax1")), MAPI_E_NOT_FOUND},
-      {"8-bit text", text8("Abc"), text8("abc"), MAPI_E_NOT_FOUND},
-      {"guid", guid(one), guid(same), S_OK},
-      {"other guid", guid(one), guid(other), MAPI_E_NOT_FOUND},
       {"bytes", bytes("abc", 3), bytes("abc", 2), MAPI_E_NOT_FOUND},
       {"no bytes", bytes("abc", 0), bytes(nullptr, 0), S_OK},
       {"another type", LongValue(PR_DEPTH, 0), LongValue(WithPropType(PR_DEPTH, PT_ERROR), 0), MAPI_E_NOT_FOUND},
       {"times are not compared", LongValue(time, 0), LongValue(time, 0), MAPI_E_NO_SUPPORT},
-      {"nor currencies", LongValue(currency, 0), LongValue(currency, 0), MAPI_E_NO_SUPPORT},
   };
   for (const auto& c : cases) {
     PropNodePtr node;

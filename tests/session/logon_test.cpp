@@ -41,33 +41,5 @@ TEST_F(LogonTest, ResolvesTheDefaultOrTheNamedProfile) {
   }
 }
 
-TEST_F(LogonTest, StoresTheSessionAndItsAddressBook) {
-  ComPtr<IUABSession> session;
-  ComPtr<IAddrBook> address_book;
-  ComPtr<IAddrBook> again;
-  ASSERT_EQ(Open(empty, session), S_OK);
-  EXPECT_EQ(session->OpenAddressBook(0, address_book.Put()), S_OK);
-  EXPECT_EQ(world.events, "");
-  address_book.Reset();
-
-  ASSERT_EQ(Open(two, session, address_book.Put()), S_OK);
-  EXPECT_EQ(session->OpenAddressBook(0, again.Put()), S_OK);
-  EXPECT_EQ(again.Get(), address_book.Get());
-  EXPECT_EQ(world.roles[0].seen.app_key, app_key);
-  EXPECT_EQ(world.roles[1].seen.resources, reinterpret_cast<HINSTANCE>(this));
-}
-
-TEST_F(LogonTest, AFailureLeavesNothingLoadedAndNothingWritten) {
-  world.roles[1].answer = kFakeFailure;
-  world.roles[0].keeps_section = true;
-  ProviderStage& stage = world;
-  auto* session = reinterpret_cast<IUABSession*>(this);
-  auto* address_book = reinterpret_cast<IAddrBook*>(this);
-  EXPECT_EQ(UABOpen(app_key, nullptr, reinterpret_cast<ULONG_PTR>(&stage), two, MAPI_UNICODE, nullptr, nullptr, nullptr,
-                    &address_book, &session, 0),
-            kFakeFailure);
-  EXPECT_TRUE(static_cast<void*>(session) == this && static_cast<void*>(address_book) == this);
-}
-
 }  // namespace
 }  // namespace uab

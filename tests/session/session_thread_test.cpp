@@ -1,5 +1,5 @@
 // What any thread may call, on several threads at once: two sessions on one profile with their tables and address
-// books, profile and service administration with their sections, each thread's own chains and logons.
+// books, profile and service administration with their sections, each thread's own logons.
 #include <thread>
 
 #include "session/staged_world.h"
@@ -119,13 +119,6 @@ struct SessionThreads : LogonTest {
       EXPECT_EQ(each->SaveChanges(0), S_OK);
     }
   }
-  static void UseChains() {
-    void *head = nullptr, *linked = nullptr;
-    ASSERT_EQ(UABAllocateBuffer(100, &head), S_OK);
-    for (ULONG size = 1; size < 2000; size *= 2) EXPECT_EQ(UABAllocateMore(size, head, &linked), S_OK);
-    EXPECT_EQ(UABFreeBuffer(head), S_OK);
-  }
-
   WCHAR staged[8] = {'S', 't', 'a', 'g', 'e', 'd', '0', 0};
   ComPtr<IUABSession> sessions[2];
   ComPtr<IAddrBook> books[2];
@@ -146,7 +139,6 @@ TEST_F(SessionThreads, EightAtOnce) {
         UseTables();
         UseAddressBook(*books[i % 2], world.providers[t % 2].Id("people"));
         RegisterLate();
-        UseChains();
         if (i % 6 != 0) continue;  // what changes the registry takes its time
         UseProfiles(static_cast<WCHAR>('0' + t));
         UseServices(static_cast<WCHAR>('0' + t));

@@ -184,13 +184,11 @@ TEST_F(RegistryPersistence, PassesOverWhatIsNoRecord) {
 }
 
 TEST_F(RegistryPersistence, SavesARowUnderItsIdentifier) {
-  TableRow row = Service(kUid, UAB_TEXT("one"));
-  ASSERT_EQ(SaveRow(key_.Get(), row), S_OK);
   UniqueKey service, nested;
-  ASSERT_EQ(OpenKey(key_.Get(), kUidName, KEY_ALL_ACCESS, &service), S_OK);
+  ASSERT_EQ(CreateKey(key_.Get(), kUidName, &service, nullptr), S_OK);
   ASSERT_EQ(CreateKey(service.Get(), UAB_TEXT("nested\\deeper"), &nested, nullptr), S_OK);
   Store(service.Get(), UAB_TEXT("mine"), {1});
-  ASSERT_EQ(SaveRow(key_.Get(), row), S_OK);
+  ASSERT_EQ(SaveRow(key_.Get(), Service(kUid, UAB_TEXT("one"))), S_OK);
   EXPECT_TRUE(ReadServices(service.Get()).empty());
   EXPECT_EQ(ReadServices(key_.Get())[kUidName].size(), 4u);  // its three properties, and what was there
 
