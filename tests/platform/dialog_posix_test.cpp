@@ -84,12 +84,12 @@ TEST(TerminalDialog, EndsWhateverTheProcedureDoes) {
       {[](HWND, UINT message, WPARAM) { return message == WM_COMMAND ? throw 1 : FALSE; }, -1},
       {[](HWND, UINT message, WPARAM) { return message == WM_INITDIALOG ? throw 1 : FALSE; }, -1},
   };
-  for (const auto& [handle, result] : cases) {
+  for (const auto& each : cases) {
     handler = [&](HWND window, UINT message, WPARAM wparam) {
       if (message == WM_DESTROY) ++destroyed;
-      return handle(window, message, wparam);
+      return each.first(window, message, wparam);
     };
-    EXPECT_EQ(Show(""), result);
+    EXPECT_EQ(Show(""), each.second);
   }
   EXPECT_EQ(destroyed, 4);
   handler = nullptr;
