@@ -114,11 +114,14 @@ TEST_F(PrepareRecipsTest, AProviderDoesNotChangeTheNumberOfRecipients) {
        "23?4"},
   };
   for (const auto& [spoil, names] : cases) {
-    AdrListPtr list = MakeList({"1A", "2A", "3A", "4B"});
-    a_.complete = spoil;
-    EXPECT_EQ(Prepare(list), S_OK);
-    EXPECT_EQ(list->cEntries, 4u);
-    EXPECT_EQ(NamesOf(list.Get()), names);
+    for (bool fails : {false, true}) {
+      AdrListPtr list = MakeList({"1A", "2A", "3A", "4B"});
+      a_.complete = spoil;
+      calls_.DoBadly(fails ? 1 : 0);
+      EXPECT_EQ(Prepare(list), fails ? kFakeFailure : S_OK);
+      EXPECT_EQ(list->cEntries, 4u);
+      EXPECT_EQ(NamesOf(list.Get()), names);
+    }
   }
 }
 

@@ -13,13 +13,13 @@ using Lines = std::vector<Text>;
 class ProfileFile : public testing::Test {
  protected:
   // The section's lines; the result and the last error are kept.
-  Lines Read(std::string_view content, const WCHAR* section) {
-    return ReadFrom(hive_.WriteFile("test.ini", content), section);
+  Lines Read(std::string_view content, const WCHAR* section, DWORD size = 100) {
+    return ReadFrom(hive_.WriteFile("test.ini", content), section, size);
   }
-  Lines ReadFrom(const Text& path, const WCHAR* section) {
+  Lines ReadFrom(const Text& path, const WCHAR* section, DWORD size = 100) {
     WCHAR buffer[100];
     SetLastError(0);
-    result_ = GetPrivateProfileSectionW(section, buffer, 100, path.c_str());
+    result_ = GetPrivateProfileSectionW(section, buffer, size, path.c_str());
     error_ = GetLastError();
     EXPECT_EQ(buffer[result_], 0);
     Lines lines;
@@ -64,6 +64,14 @@ TEST_F(ProfileFile, BothByteOrders) {
   }
   for (const std::string& file : {little, big}) {  // Wine folds the case of ASCII letters only
     EXPECT_EQ(Read(file, UAB_TEXT("s\u00C4\u4E2D")), Lines{UAB_TEXT("x=\U0001F4E0")});
+  }
+}
+
+TEST_F(ProfileFile, ASectionThatDoesNotFitIsCut) {
+  for (DWORD size = 3; size < 10; ++size) {  // 8 are just enough
+    const Lines lines = Read("[s]\r\nabc\r\nde\r\n", UAB_TEXT("s"), size);
+    EXPECT_EQ(result_, size < 8 ? size - 2 : 7) << size;
+    EXPECT_EQ(lines[0], Text(UAB_TEXT("abc")).substr(0, size - 2));
   }
 }
 

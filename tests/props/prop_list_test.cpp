@@ -36,6 +36,13 @@ TEST(PropList, MatchesComparesByType) {
     value.Value.flt = number;
     return value;
   };
+  auto pointer = [](ULONG type, void* data) {
+    SPropValue value = LongValue(PropTag(type, 1), 0);
+    value.Value.lpszA = static_cast<char*>(data);
+    return value;
+  };
+  char abc[] = "Abc", other_abc[] = "abc";
+  GUID one = {1, 0, 0, {}}, other = {1, 0, 0, {1}};
   const float nan = std::numeric_limits<float>::quiet_NaN();
   const ULONG i2 = PropTag(PT_I2, 1), time = PropTag(PT_SYSTIME, 1);
   const struct {
@@ -49,6 +56,8 @@ TEST(PropList, MatchesComparesByType) {
       {"nan", real(nan), real(nan), MAPI_E_NOT_FOUND},
       {"text in another case", text(UAB_TEXT("Fax")), text(UAB_TEXT("FAX")), MAPI_E_NOT_FOUND},
       {"longer text", text(UAB_TEXT("Fax")), text(UAB_TEXT("Fax1")), MAPI_E_NOT_FOUND},
+      {"8-bit text", pointer(PT_STRING8, abc), pointer(PT_STRING8, other_abc), MAPI_E_NOT_FOUND},
+      {"guid", pointer(PT_CLSID, &one), pointer(PT_CLSID, &other), MAPI_E_NOT_FOUND},
       {"bytes", bytes("abc", 3), bytes("abc", 2), MAPI_E_NOT_FOUND},
       {"no bytes", bytes("abc", 0), bytes(nullptr, 0), S_OK},
       {"another type", LongValue(PR_DEPTH, 0), LongValue(WithPropType(PR_DEPTH, PT_ERROR), 0), MAPI_E_NOT_FOUND},
