@@ -33,7 +33,7 @@ class ProfilesFault : public ProfileOperations {
         EXPECT_TRUE(hr != S_OK || found != whole.front() || !operation.reports);
         failed |= hr != S_OK;
       };
-      SweepFailures(requests, prepare, act, check, {.stride = Stride(2)});
+      SweepFailures(requests, prepare, act, check, {.stride = Stride(9)});
       EXPECT_TRUE(failed || !operation.reports);
     }
   }

@@ -57,6 +57,8 @@ TEST(PropList, MatchesComparesByType) {
       {"text in another case", text(UAB_TEXT("Fax")), text(UAB_TEXT("FAX")), MAPI_E_NOT_FOUND},
       {"longer text", text(UAB_TEXT("Fax")), text(UAB_TEXT("Fax1")), MAPI_E_NOT_FOUND},
       {"8-bit text", pointer(PT_STRING8, abc), pointer(PT_STRING8, other_abc), MAPI_E_NOT_FOUND},
+      {"i8", pointer(PT_I8, abc), pointer(PT_I8, other_abc), MAPI_E_NOT_FOUND},
+      {"double", pointer(PT_DOUBLE, nullptr), pointer(PT_DOUBLE, nullptr), S_OK},
       {"guid", pointer(PT_CLSID, &one), pointer(PT_CLSID, &other), MAPI_E_NOT_FOUND},
       {"bytes", bytes("abc", 3), bytes("abc", 2), MAPI_E_NOT_FOUND},
       {"no bytes", bytes("abc", 0), bytes(nullptr, 0), S_OK},

@@ -65,6 +65,10 @@ TEST(ProviderList, OwnerIsTheFirstInListOrderWithAProviderObject) {
       for (int entry : registered) EXPECT_EQ(Register(supports[entry], c.uid), MAPI_E_COLLISION);
     }
   }
+  for (int uid = 100; uid < 200; ++uid) {  // more than there is room for at first
+    EXPECT_EQ(Register(supports[0], uid), S_OK);
+    EXPECT_EQ(list->PositionOfUid(Uid(uid)), 3u);
+  }
   std::string log;
   for (FakeProvider* provider : {&first, &third}) {
     provider->on_call = [&, provider](std::string_view) {

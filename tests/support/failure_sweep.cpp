@@ -10,7 +10,7 @@ bool FailureSweep::Next() {
   const bool refused = refusing_ && refusing_->refused() != 0;
   any_refused_ |= refused;
   if (refused && request_ < kMostRuns) {
-    request_ += options_.stride;
+    request_ += phase_ == Phase::kLasting ? options_.stride : 1;
   } else if (phase_ == Phase::kLasting || refused) {
     EXPECT_FALSE(refused) << "the operation does not come to an end";
     EXPECT_TRUE(any_refused_) << "the operation requests nothing: there is nothing to refuse";

@@ -32,7 +32,7 @@ namespace uab {
 struct SweepOptions {
   // For objects whose final Release works with the system (saves settings, say): its requests are not counted then.
   bool release_may_allocate = false;
-  // Every so many-th request only.
+  // Failing for good: from every so many-th request only.
   std::uint32_t stride = 1;
 };
 
