@@ -121,5 +121,12 @@ TEST_F(AddrBookTest, WhatIsStillHeldAnswersThatTheSessionHasEnded) {
   EXPECT_EQ(TakeLog(), Log{});
 }
 
+TEST_F(AddrBookTest, NeedsProvidersAndAProfile) {
+  ComPtr<AddrBook> book;
+  EXPECT_EQ(AddrBook::Create(nullptr, kAppKey, kProfile, book), E_INVALIDARG);
+  EXPECT_EQ(AddrBook::Create(providers_, kAppKey, UAB_TEXT(""), book), E_FAIL);
+  EXPECT_EQ(AddrBook::Create(providers_, kAppKey, nullptr, book), E_FAIL);
+}
+
 }  // namespace
 }  // namespace uab

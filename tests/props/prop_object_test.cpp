@@ -60,6 +60,8 @@ TEST_F(PropObjectTest, RefusalsWriteNothing) {
   EXPECT_EQ(object_.GetProps(none.address(), MAPI_UNICODE, &count_, &untouched), E_INVALIDARG);
   EXPECT_TRUE(count_ == 99 && untouched == reinterpret_cast<SPropValue*>(this));
   EXPECT_EQ(object_.GetPropList(0, nullptr), MAPI_E_BAD_CHARWIDTH);
+  EXPECT_EQ(object_.GetProps(nullptr, MAPI_UNICODE, nullptr, &untouched), E_INVALIDARG);
+  EXPECT_EQ(object_.SetProps(1, nullptr, nullptr), E_INVALIDARG);
   EXPECT_EQ(object_.DeleteProps(nullptr, nullptr), E_INVALIDARG);
 }
 

@@ -37,6 +37,13 @@ TEST(PropValues, StripObjectAndBinaryTags) {
   EXPECT_EQ(StripObjectAndBinaryTags(tags.address(), stripped.Put()), E_INVALIDARG);
 }
 
+TEST(PropValues, DupBinaryOfNothing) {
+  const SBinary source = {3, nullptr};
+  ChainPtr<SBinary> copy;
+  EXPECT_TRUE(DupBinary(copy.Put(), &source) && copy->cb == 3 && copy->lpb == nullptr);
+  EXPECT_TRUE(DupBinary(copy.Put(), nullptr) && !copy);
+}
+
 // One linked copy, and the size of the block that holds its data (0: none).
 struct Copied {
   HRESULT hr;

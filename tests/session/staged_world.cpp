@@ -57,8 +57,11 @@ HRESULT StagedWorld::Open(int number, const Opening& opening) {
   role.seen = opening;
   Note('O', number);
   if (role.keeps_support) role.support = ComPtr<IUABSupport>(opening.support);
-  if (role.registers) {
-    if (HRESULT hr = opening.support->SetProviderUID(&providers[number].uid, 0); Failed(hr)) return hr;
+  MAPIUID other = providers[number].uid;
+  other.ab[0] = 1;
+  for (MAPIUID* uid : {&providers[number].uid, &other}) {
+    HRESULT hr = role.registers ? opening.support->SetProviderUID(uid, 0) : S_OK;
+    if (Failed(hr)) return hr;
   }
   if (role.has_object) {
     if (role.keeps_section) role.section = ComPtr<IMAPIProp>(opening.section);
