@@ -183,8 +183,10 @@ std::string CardStore::Serialize() const {
       pos += before.size();
     }
     out.append(before);
-    if (deleted(card)) {  // what never ends before it would go on behind it, to somebody else's end
-      if (entry.size != 0 && never_ends(before)) out.append(kEmptyCard);
+    if (deleted(card)) {
+      // What never ends before it would go on behind it, to somebody else's end; and only a file begins with a mark.
+      const bool parts = never_ends(before) || (out.empty() && file.substr(pos).starts_with(kMark));
+      if (entry.size != 0 && parts) out.append(kEmptyCard);
       continue;
     }
     if (adding && !out.empty() && out.back() != '\n') out.append("\r\n");
