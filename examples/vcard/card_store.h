@@ -58,7 +58,8 @@ class CardStore {
   bool HasUid(CardNumber card) const noexcept { return (cards_[card].flags & kOwnUid) != 0; }
 
   const MemberList& MembersOf(CardNumber group);  // borrows, until that card changes
-  // False: it is a member already, or its UID can't be written. The group's text grows at its end: many members cost linear time.
+  // False: it is a member already, or its UID can't be written. The group's text grows at its end: many members cost
+  // linear time.
   bool AddMember(CardNumber group, const std::string& uid, bool even_if_there);
 
   std::optional<CardNumber> FindMail(const CardKey& address);  // the first card with that mail address
