@@ -117,7 +117,7 @@ void ComeAndGo(CardStore& store) {
   Expect(store.text(added) == text && !store.group(added), "a new card is as it was made");
   store.Delete(0);
   for (CardNumber card = 1; card < added; ++card) {
-    if (!store.group(card) || !store.AddMember(card, store.UidOf(added), true)) continue;
+    if (!store.group(card) || !store.AddMember(card, store.UidOf(added))) continue;
     Expect(store.MembersOf(card).uids.contains(HashKey(NormalUid(uid))), "a new member is one");
   }
   (void)store.FindMail(HashKey("a@b"));

@@ -90,9 +90,9 @@ void Book::Delete(CardNumber card) {
   cards_->Delete(card);
 }
 
-bool Book::AddMember(CardNumber group, const std::string& uid, bool even_if_there) {
+bool Book::AddMember(CardNumber group, const std::string& uid) {
   if (!changed_.contains(group)) Remember(group);  // the hash walks the text: once for many members
-  return cards_->AddMember(group, uid, even_if_there);
+  return cards_->AddMember(group, uid);
 }
 
 HRESULT Book::Save(bool at_once) {

@@ -38,7 +38,7 @@ class Book {
   CardNumber Add(std::string text);
   void Replace(CardNumber card, std::string text);
   void Delete(CardNumber card);
-  bool AddMember(CardNumber group, const std::string& uid, bool even_if_there);
+  bool AddMember(CardNumber group, const std::string& uid);
 
   // Writes the file if anything has changed. Unless at_once, many changes in a row share one writing: it waits until
   // ten times as long has passed as the last one took, so that copying n entries takes time that grows with n.

@@ -164,8 +164,7 @@ HRESULT CardHandle::SaveNew() {
   if (list_ && !list) return MAPI_E_NOT_FOUND;
   const CardRef card = folder_->AddCard(book_, std::move(text));
   key_ = cards.key(card.card);
-  if (list) folder_->AddMember({book_, *list}, card, false);
-  return S_OK;
+  return list ? folder_->AddMember({book_, *list}, card, false) : S_OK;
 }
 
 HRESULT CardHandle::Save(ULONG flags) {

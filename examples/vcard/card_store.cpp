@@ -136,15 +136,17 @@ const MemberList& CardStore::MembersOf(CardNumber group) {
   return members_.emplace(group, std::move(list)).first->second;
 }
 
-bool CardStore::AddMember(CardNumber group, const std::string& uid, bool even_if_there) {
-  MembersOf(group);
-  const CardKey key = HashKey(NormalUid(uid));
-  if (members_[group].uids.contains(key) && !even_if_there) return false;
+bool CardStore::HasMember(CardNumber group, const std::string& uid) {
+  return MembersOf(group).uids.contains(HashKey(NormalUid(uid)));
+}
+
+bool CardStore::AddMember(CardNumber group, const std::string& uid) {
   if (!HasUid(group)) Replace(group, std::string(text(group)));
   MembersOf(group);
   std::string& text = OwnText(group);
   const CardStyle style = StyleOf(text);
   if (!vcard::AddMember(text, style, uid)) return false;
+  const CardKey key = HashKey(NormalUid(uid));
   members_[group].members.push_back({key, false});
   members_[group].uids.insert(key);
   return true;

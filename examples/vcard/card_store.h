@@ -58,9 +58,9 @@ class CardStore {
   bool HasUid(CardNumber card) const noexcept { return (cards_[card].flags & kOwnUid) != 0; }
 
   const MemberList& MembersOf(CardNumber group);  // borrows, until that card changes
-  // False: it is a member already, or its UID can't be written. The group's text grows at its end: many members cost
-  // linear time.
-  bool AddMember(CardNumber group, const std::string& uid, bool even_if_there);
+  bool HasMember(CardNumber group, const std::string& uid);
+  // False: no line can name that UID. The group's text grows at its end: many members cost linear time.
+  bool AddMember(CardNumber group, const std::string& uid);
 
   std::optional<CardNumber> FindMail(const CardKey& address);  // the first card with that mail address
 

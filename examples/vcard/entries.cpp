@@ -63,11 +63,12 @@ class List final : public CardObject<ContainerObject<IDistList, IID_IMAPIProp, I
     if (!list) return MAPI_E_NOT_FOUND;
     std::vector<CardRef> cards;
     if (const HRESULT hr = FindAll(*folder_, entries, cards); Failed(hr)) return hr;
-    for (const CardRef& card : cards) folder_->AddMember(*list, card, (flags & 1) == 0);
-    for (const CardRef& card : cards) {  // where one has been given its UID
-      if (const HRESULT hr = folder_->book(card.book).Save(false); Failed(hr)) return hr;
-    }
-    return folder_->book(card_->book()).Save(false);
+    HRESULT first = S_OK;  // failure; what can be linked is
+    const auto note = [&first](HRESULT hr) { first = Failed(first) ? first : hr; };
+    for (const CardRef& card : cards) note(folder_->AddMember(*list, card, (flags & 1) == 0));
+    for (const CardRef& card : cards) note(folder_->book(card.book).Save(false));  // where one has been given its UID
+    note(folder_->book(card_->book()).Save(false));
+    return first;
   }
 
   // Takes the members out of the list; the cards stay.

@@ -152,12 +152,14 @@ void Folder::DeleteCard(CardRef ref) {
   book(ref.book).Delete(ref.card);
 }
 
-bool Folder::AddMember(CardRef group, CardRef member, bool even_if_there) {
+HRESULT Folder::AddMember(CardRef group, CardRef member, bool even_if_there) {
   Book& home = book(member.book);
+  const std::string uid = home.cards().UidOf(member.card);
+  if (!even_if_there && book(group.book).cards().HasMember(group.card, uid)) return S_OK;
   if (!home.cards().HasUid(member.card)) home.Replace(member.card, std::string(home.cards().text(member.card)));
-  if (!book(group.book).AddMember(group.card, home.cards().UidOf(member.card), even_if_there)) return false;
+  if (!book(group.book).AddMember(group.card, uid)) return E_ACCESSDENIED;
   Report(fnevObjectModified, group);
-  return true;
+  return S_OK;
 }
 
 HRESULT Folder::Advise(std::string entry, ULONG mask, IMAPIAdviseSink* sink, ULONG* connection) {

@@ -86,8 +86,8 @@ class Folder : public std::enable_shared_from_this<Folder> {
   CardRef AddCard(BookNumber book, std::string text);
   void ReplaceCard(CardRef ref, std::string text);
   void DeleteCard(CardRef ref);
-  // A member needs a UID: a card without gets the one that has stood for it. False: it was a member already.
-  bool AddMember(CardRef group, CardRef member, bool even_if_there);
+  // A member needs a UID: a card without gets the one that has stood for it. E_ACCESSDENIED: no line can name its UID.
+  HRESULT AddMember(CardRef group, CardRef member, bool even_if_there);
 
   HRESULT Advise(std::string entry, ULONG mask, IMAPIAdviseSink* sink, ULONG* connection);
   HRESULT Unadvise(ULONG connection, Ref<IMAPIAdviseSink>& sink);  // hands the sink over, to be let go outside Run

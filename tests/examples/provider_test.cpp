@@ -22,7 +22,9 @@ constexpr char kFriends[] =
     "BEGIN:VCARD\nVERSION:3.0\nX-ADDRESSBOOKSERVER-KIND:group\nFN:All\nUID:all\n"
     "X-ADDRESSBOOKSERVER-MEMBER:urn:uuid:ann\nX-ADDRESSBOOKSERVER-MEMBER:urn:uuid:cyd\n"
     "X-ADDRESSBOOKSERVER-MEMBER:mailto:BOB@example.com\nX-ADDRESSBOOKSERVER-MEMBER:urn:uuid:nobody\nEND:VCARD\n";
-constexpr char kWork[] = "BEGIN:VCARD\nVERSION:4.0\nFN:Cyd\nUID:urn:uuid:cyd\nTEL;TYPE=fax:+1 555 0103\nEND:VCARD\n";
+constexpr char kWork[] =
+    "BEGIN:VCARD\nVERSION:4.0\nFN:Cyd\nUID:urn:uuid:cyd\nTEL;TYPE=fax:+1 555 0103\nEND:VCARD\n"
+    "BEGIN:VCARD\nVERSION:4.0\nFN:X\nUID:urn:uuid:\nEND:VCARD\n";
 
 std::string Utf8(const SPropValue& value) {
   return PropType(value.ulPropTag) == PT_UNICODE ? ToUtf8(value.Value.lpszW) : "-";
@@ -168,19 +170,20 @@ TEST_F(VCardProvider, CreatesLinksUnlinksAndDeletes) {
       {TextValue(PR_DISPLAY_NAME_W, UAB_TEXT("Dora \x00e9")), TextValue(PR_EMAIL_ADDRESS_W, UAB_TEXT("+1 555 0104"))});
   ASSERT_EQ(dora->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
   Contents(*work);
-  const std::string cyd = ids_["Cyd"];
-  SBinary entries[] = {BinaryIn(cyd), BinaryIn(cyd)};
-  ENTRYLIST both{2, entries}, one{1, entries};
+  const std::string cyd = ids_["Cyd"], odd = ids_["X"];
+  SBinary entries[] = {BinaryIn(cyd), BinaryIn(cyd), BinaryIn(odd), BinaryIn(cyd)};
+  ENTRYLIST both{2, entries}, one{1, entries}, last{2, entries + 2};
   ASSERT_EQ(members->CopyEntries(&both, 0, nullptr, 1), S_OK);
+  EXPECT_EQ(members->CopyEntries(&last, 0, nullptr, 1), E_ACCESSDENIED) << "no line can name the odd one";
   EXPECT_EQ(Contents(*members), "Dora \xC3\xA9|+1 555 0104|6;Cyd|+1 555 0103|6;");
   ASSERT_EQ(members->DeleteEntries(&one, 0), S_OK);
   EXPECT_EQ(Contents(*members), "Dora \xC3\xA9|+1 555 0104|6;");
-  EXPECT_EQ(Contents(*work), "Cyd|+1 555 0103|6;List|-|8;Dora \xC3\xA9|+1 555 0104|6;") << "a member keeps its card";
+  EXPECT_EQ(Contents(*work), "Cyd|+1 555 0103|6;X|-|6;List|-|8;Dora \xC3\xA9|+1 555 0104|6;") << "its card stays";
   ASSERT_EQ(OpenId<IABContainer>("", MAPI_ABCONT)->DeleteEntries(&one, 0), S_OK)
       << "through the root, as the host does";
   work.Reset(), list.Reset(), members.Reset(), dora.Reset();
   Open();
-  EXPECT_EQ(Contents(*OpenId<IABContainer>(ids_["work"], MAPI_ABCONT)), "List|-|8;Dora \xC3\xA9|+1 555 0104|6;");
+  EXPECT_EQ(Contents(*OpenId<IABContainer>(ids_["work"], MAPI_ABCONT)), "X|-|6;List|-|8;Dora \xC3\xA9|+1 555 0104|6;");
   EXPECT_EQ(Contents(*OpenId<IDistList>(ids_["List"], MAPI_DISTLIST)), "Dora \xC3\xA9|+1 555 0104|6;");
 }
 
