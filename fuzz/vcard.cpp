@@ -84,7 +84,10 @@ void Edit(Input& input, std::string& card) {
         Expect(card == with && ContainsNoCase(before, "AGENT"), "hardly anything is refused");
         break;
       }
-      Expect(MembersOf(card).size() + 1 == members.size(), "a member can be removed");
+      // It may have been one before.
+      const auto gone = static_cast<std::size_t>(std::ranges::count_if(members, is_new));
+      const std::vector<MemberAddress> left = MembersOf(card);
+      Expect(left.size() + gone == members.size() && std::ranges::none_of(left, is_new), "a member can be removed");
       break;
     }
     default: {
