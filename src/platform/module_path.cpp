@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/system_calls.h"
+#include "platform/text_length.h"
 
 namespace uab {
 namespace {
@@ -13,11 +14,9 @@ constexpr WCHAR kSeparator = L'\\';
 constexpr WCHAR kSeparator = u'/';
 #endif
 
-std::size_t Length(const WCHAR* text) noexcept { return static_cast<std::size_t>(lstrlenW(text)); }
-
 // Writes a text and its terminator at a place in path; false, path ended there, when they do not fit.
 bool PutAt(WCHAR* place, const WCHAR* text, PathBuffer& path) noexcept {
-  std::size_t length = Length(text);
+  std::size_t length = TextLength(text);
   *place = 0;
   if (length >= static_cast<std::size_t>(path + kPathChars - place)) return false;
   std::copy_n(text, length, place);
@@ -28,7 +27,7 @@ bool PutAt(WCHAR* place, const WCHAR* text, PathBuffer& path) noexcept {
 }  // namespace
 
 WCHAR* FileNameOf(WCHAR* path) noexcept {
-  WCHAR* end = path + Length(path);
+  WCHAR* end = path + TextLength(path);
   while (end != path && end[-1] != kSeparator) --end;
   return end;
 }
@@ -49,7 +48,7 @@ bool PathBesideModule(HMODULE module, const WCHAR* name, PathBuffer& path) noexc
 bool ModulePathWithExtension(HMODULE module, const WCHAR* extension, PathBuffer& path) noexcept {
   if (!ReadModulePath(module, path)) return false;
   WCHAR* name = FileNameOf(path);
-  WCHAR* end = name + Length(name);
+  WCHAR* end = name + TextLength(name);
   WCHAR* dot = end;
   while (dot != name && *dot != UAB_TEXT('.')) --dot;
   if (PutAt(*dot == UAB_TEXT('.') ? dot : end, extension, path)) return true;

@@ -1,6 +1,7 @@
 #include "platform/registry.h"
 
 #include "platform/system_calls.h"
+#include "platform/text_length.h"
 
 namespace uab {
 
@@ -24,12 +25,12 @@ LSTATUS EnumValueName(HKEY key, DWORD index, WCHAR* name, DWORD capacity) noexce
 }
 
 HRESULT SetValue(HKEY key, const WCHAR* name, DWORD type, std::span<const BYTE> data) noexcept {
+  if (data.size() > 0xFFFFFFFFu) return E_INVALIDARG;
   return FromRegistry(Sys().reg_set_value(key, name, 0, type, data.data(), static_cast<DWORD>(data.size())));
 }
 
 HRESULT SetText(HKEY key, const WCHAR* name, const WCHAR* text) noexcept {
-  std::size_t size = (static_cast<std::size_t>(lstrlenW(text)) + 1) * sizeof(WCHAR);
-  return SetValue(key, name, REG_SZ, {reinterpret_cast<const BYTE*>(text), size});
+  return SetValue(key, name, REG_SZ, {reinterpret_cast<const BYTE*>(text), TextSize(text)});
 }
 
 HRESULT DeleteValue(HKEY key, const WCHAR* name) noexcept { return FromRegistry(Sys().reg_delete_value(key, name)); }

@@ -27,9 +27,10 @@ HRESULT CreateKey(HKEY parent, const WCHAR* path, UniqueKey* key, bool* existed)
 LSTATUS EnumSubkey(HKEY key, DWORD index, WCHAR* name, DWORD capacity) noexcept;
 LSTATUS EnumValueName(HKEY key, DWORD index, WCHAR* name, DWORD capacity) noexcept;
 
+// E_INVALIDARG: more than 4 GiB of data.
 HRESULT SetValue(HKEY key, const WCHAR* name, DWORD type, std::span<const BYTE> data) noexcept;
 HRESULT SetText(HKEY key, const WCHAR* name, const WCHAR* text) noexcept;  // REG_SZ with its terminator
-HRESULT DeleteValue(HKEY key, const WCHAR* name) noexcept;                // E_FAIL for a missing one too
+HRESULT DeleteValue(HKEY key, const WCHAR* name) noexcept;                 // E_FAIL for a missing one too
 
 // Deletes every key below an open key, depth first, and leaves the key itself. name_buffer: kKeyNameCapacity characters
 // that every level shares. The walk stops at the first failure. S_OK when no subkey is left; a failed nested walk's

@@ -10,6 +10,7 @@
 #include "keluab/tags.h"
 #include "platform/at_boundary.h"
 #include "platform/system_calls.h"
+#include "platform/text_length.h"
 
 namespace uab {
 namespace {
@@ -238,7 +239,7 @@ HRESULT ReadIniSection(const WCHAR* path, const WCHAR* section, ChainPtr<WCHAR>&
 
 std::size_t CountLines(const WCHAR* lines) noexcept {
   std::size_t count = 0;
-  for (const WCHAR* line = lines; *line != 0; line += lstrlenW(line) + 1) ++count;
+  for (const WCHAR* line = lines; *line != 0; line += TextLength(line) + 1) ++count;
   return count;
 }
 

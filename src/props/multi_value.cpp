@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "platform/text_length.h"
+
 namespace uab {
 namespace {
 
@@ -29,15 +31,11 @@ std::size_t ElementSize(ULONG type) noexcept {
   }
 }
 
-// Bytes of a string with its terminator. A null string counts as an empty one.
-std::size_t StringSize(const char* text) noexcept { return text == nullptr ? 1 : std::strlen(text) + 1; }
-std::size_t StringSize(const WCHAR* text) noexcept { return 2 * (static_cast<std::size_t>(lstrlenW(text)) + 1); }
-
 template <typename Char>
 void WriteStrings(Char* const* texts, ULONG count, BYTE* block, bool keep_pointers) noexcept {
   BYTE* next = block + 8 * std::size_t{count};
   for (ULONG i = 0; i < count; ++i) {
-    std::size_t size = StringSize(texts[i]);
+    std::size_t size = TextSize(texts[i]);
     if (texts[i] != nullptr) std::memcpy(next, texts[i], size);
     if (keep_pointers) reinterpret_cast<Char**>(block)[i] = reinterpret_cast<Char*>(next);
     next += size;
@@ -91,6 +89,8 @@ bool AdoptRuns(ULONG count, BYTE* block, std::size_t size) noexcept {
 
 }  // namespace
 
+bool IsKnownMultiValue(ULONG type) noexcept { return ElementSize(type) != 0; }
+
 HRESULT MeasureMultiValue(const SPropValue& value, std::size_t* size) noexcept {
   ULONG type = PropType(value.ulPropTag);
   std::size_t element = ElementSize(type);
@@ -100,9 +100,9 @@ HRESULT MeasureMultiValue(const SPropValue& value, std::size_t* size) noexcept {
   *size = element * count;
   for (ULONG i = 0; i < count; ++i) {
     if (type == PT_MV_STRING8) {
-      *size += StringSize(value.Value.MVszA.lppszA[i]);
+      *size += TextSize(value.Value.MVszA.lppszA[i]);
     } else if (type == PT_MV_UNICODE) {
-      *size += StringSize(value.Value.MVszW.lppszW[i]);
+      *size += TextSize(value.Value.MVszW.lppszW[i]);
     } else if (type == PT_MV_BINARY) {
       *size += value.Value.MVbin.lpbin[i].cb;
     } else {

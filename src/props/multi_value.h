@@ -14,6 +14,9 @@ namespace uab {
 
 constexpr bool IsMultiValued(ULONG tag) noexcept { return (tag & MV_FLAG) != 0; }
 
+// Whether the type is in the table of multi-valued types.
+bool IsKnownMultiValue(ULONG type) noexcept;
+
 // Stores the size of the value's block. MAPI_E_NO_SUPPORT: a type that is not in the table. E_INVALIDARG: values
 // counted, but no array.
 HRESULT MeasureMultiValue(const SPropValue& value, std::size_t* size) noexcept;

@@ -1,7 +1,11 @@
 #include "props/prop_values.h"
 
+#include <algorithm>
 #include <cstring>
+#include <vector>
 
+#include "platform/at_boundary.h"
+#include "platform/text_length.h"
 #include "props/multi_value.h"
 
 namespace uab {
@@ -30,16 +34,43 @@ bool IsTagListed(ULONG tag, const SPropTagArray* tags) noexcept {
   return false;
 }
 
+namespace {
+
+// Whether one of many tags names a tag: sorted they answer at once, unsorted (there is no memory) after a walk.
+class TagSearch {
+ public:
+  explicit TagSearch(const SPropTagArray& tags) noexcept : tags_(tags.aulPropTag, tags.cValues) {
+    if (tags.cValues <= kFew) return;
+    (void)at_boundary([&] {
+      sorted_.assign(tags_.begin(), tags_.end());
+      std::sort(sorted_.begin(), sorted_.end());
+      return S_OK;
+    });
+  }
+
+  bool Names(ULONG tag) const noexcept {
+    if (sorted_.empty()) {
+      return std::any_of(tags_.begin(), tags_.end(), [tag](ULONG search) { return TagMatches(search, tag); });
+    }
+    return Has(tag) || Has(WithPropType(tag, PT_UNSPECIFIED));
+  }
+
+ private:
+  static constexpr ULONG kFew = 16;
+  bool Has(ULONG tag) const noexcept { return std::binary_search(sorted_.begin(), sorted_.end(), tag); }
+
+  const std::span<const ULONG> tags_;
+  std::vector<ULONG> sorted_;
+};
+
+}  // namespace
+
 bool ExcludeTags(SPropTagArray* tags, const SPropTagArray* excluded) noexcept {
   if (tags == nullptr || excluded == nullptr) return false;
-  ULONG kept = 0;
-  for (ULONG i = 0; i < tags->cValues; ++i) {
-    ULONG tag = tags->aulPropTag[i];
-    bool out = false;
-    for (ULONG j = 0; j < excluded->cValues && !out; ++j) out = TagMatches(excluded->aulPropTag[j], tag);
-    if (!out) tags->aulPropTag[kept++] = tag;
-  }
-  tags->cValues = kept;
+  const TagSearch search(*excluded);
+  ULONG* const end = tags->aulPropTag + tags->cValues;
+  ULONG* const kept = std::remove_if(tags->aulPropTag, end, [&](ULONG tag) { return search.Names(tag); });
+  tags->cValues = static_cast<ULONG>(kept - tags->aulPropTag);
   return true;
 }
 
@@ -88,9 +119,9 @@ HRESULT CopySingleValue(SPropValue& destination, const SPropValue& source, void*
   SPropValueUnion& to = destination.Value;
   switch (PropType(source.ulPropTag)) {
     case PT_STRING8:
-      return CopyData(to.lpszA, from.lpszA, static_cast<std::size_t>(lstrlenA(from.lpszA)) + 1, head);
+      return CopyData(to.lpszA, from.lpszA, TextSize(from.lpszA), head);
     case PT_UNICODE:
-      return CopyData(to.lpszW, from.lpszW, 2 * (static_cast<std::size_t>(lstrlenW(from.lpszW)) + 1), head);
+      return CopyData(to.lpszW, from.lpszW, TextSize(from.lpszW), head);
     case PT_CLSID:
       return CopyData(to.lpguid, from.lpguid, sizeof(GUID), head);
     case PT_BINARY:

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "keluab/tags.h"
+#include "platform/text_length.h"
 
 namespace uab {
 namespace {
@@ -15,11 +16,10 @@ HRESULT FoundIf(bool equal) noexcept { return equal ? S_OK : MAPI_E_NOT_FOUND; }
 
 // A null string compares as an empty one, as it is stored.
 HRESULT MatchText(const PropRecord& record, const char* text) noexcept {
-  return FoundIf(SameBytes(record, text == nullptr ? "" : text, static_cast<std::size_t>(lstrlenA(text)) + 1));
+  return FoundIf(SameBytes(record, text == nullptr ? "" : text, TextSize(text)));
 }
 HRESULT MatchText(const PropRecord& record, const WCHAR* text) noexcept {
-  std::size_t size = 2 * (static_cast<std::size_t>(lstrlenW(text)) + 1);
-  return FoundIf(SameBytes(record, text == nullptr ? UAB_TEXT("") : text, size));
+  return FoundIf(SameBytes(record, text == nullptr ? UAB_TEXT("") : text, TextSize(text)));
 }
 
 }  // namespace

@@ -20,6 +20,13 @@ TEST(PropValues, TypedTagsFindTheirTypeAndUntypedOnesAny) {
   EXPECT_TRUE(ExcludeTags(tags.address(), excluded.address()));
   ASSERT_EQ(tags.cValues, 2u);
   EXPECT_EQ(tags.aulPropTag[1], PR_DEPTH);
+  TagArray<64> many = {64, {}}, some = {32, {}};  // more are looked up in another way
+  for (ULONG i = 0; i < 64; ++i) many.aulPropTag[i] = PropTag(PT_LONG, 100 - i);
+  for (ULONG i = 0; i < 32; ++i)
+    some.aulPropTag[i] = PropTag(i % 3 == 0 ? PT_UNSPECIFIED : i % 3 == 1 ? PT_LONG : PT_I2, 41 + i);
+  EXPECT_TRUE(ExcludeTags(many.address(), some.address()));
+  EXPECT_EQ(many.cValues, 64u - 22u);
+  EXPECT_EQ(many.aulPropTag[28], PropTag(PT_LONG, 70)) << "in order, without 72 and 71";
   EXPECT_FALSE(ExcludeTags(nullptr, excluded.address()));
   EXPECT_FALSE(ExcludeTags(tags.address(), nullptr));
 }
