@@ -21,7 +21,9 @@ HRESULT AddDefaultServices(MemTable& table) noexcept {
     GUID uid;
     if (HRESULT hr = Sys().co_create_guid(&uid); Failed(hr)) return hr;
     rows->aRow[i].lpProps[kServiceUidValue].Value.bin = {sizeof(uid), reinterpret_cast<BYTE*>(&uid)};
-    if (HRESULT hr = table.AddRow(rows->aRow[i], 0); Failed(hr)) return hr;
+    TableRow built;
+    if (HRESULT hr = built.BuildToStore(rows->aRow[i]); Failed(hr)) return hr;
+    if (HRESULT hr = table.InsertRow(std::move(built), 0); Failed(hr)) return hr;
   }
   return S_OK;
 }

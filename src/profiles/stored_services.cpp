@@ -84,7 +84,7 @@ HRESULT AddService(const WCHAR* app_key, const WCHAR* profile_name, const MAPIUI
                    MemTable& table) noexcept {
   return at_boundary([&]() -> HRESULT {
     TableRow built;
-    if (HRESULT hr = built.Build(row); Failed(hr)) return hr;
+    if (HRESULT hr = built.BuildToStore(row); Failed(hr)) return hr;
     UniqueKey key;
     if (HRESULT hr = OpenProfileKey(app_key, profile_name, ProfileKeyMode::kCreate, key); Failed(hr)) return hr;
     return ChangeOrUndo(app_key, ServicePath(profile_name, uid), Remedy::kRemove, [&]() -> HRESULT {

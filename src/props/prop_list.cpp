@@ -45,6 +45,18 @@ HRESULT PropList::Set(const SPropValue& value) noexcept {
   return Insert(std::move(node));
 }
 
+HRESULT PropList::SetToStore(const SPropValue& value) noexcept {
+  PropNodePtr node;
+  if (HRESULT hr = MakePropNode(value, node); Failed(hr)) return hr;
+  PropNode* stored = Find(value.ulPropTag);
+  if (stored == nullptr || !SameStored(stored->record, node->record)) {
+    ClearUnused(node->record);
+    return Insert(std::move(node));
+  }
+  stored->flags |= PropNode::kDirty;
+  return S_OK;
+}
+
 bool PropList::Remove(ULONG tag) noexcept {
   std::size_t index = FindId(ids_, tag);
   if (index == kNowhere) return false;

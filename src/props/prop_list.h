@@ -24,6 +24,10 @@ class PropList {
   // is appended. The node is dirty. Errors of MakePropNode; the list is then unchanged.
   HRESULT Set(const SPropValue& value) noexcept;
 
+  // The same for a set that is stored: without the bytes that mean nothing there, and a property that says the same
+  // already keeps its record as it was read.
+  HRESULT SetToStore(const SPropValue& value) noexcept;
+
   // The same for a node that is made already; the list owns it. E_OUTOFMEMORY: the list is unchanged, the node freed.
   HRESULT Insert(PropNodePtr node) noexcept;
 

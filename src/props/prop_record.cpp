@@ -6,6 +6,7 @@
 
 #include "frame/allocation_chain.h"
 #include "keluab/tags.h"
+#include "platform/text_length.h"
 #include "props/multi_value.h"
 
 namespace uab {
@@ -18,9 +19,9 @@ bool HasData(ULONG type) noexcept {
 std::size_t SingleValueSize(const SPropValue& value) noexcept {
   switch (PropType(value.ulPropTag)) {
     case PT_STRING8:
-      return static_cast<std::size_t>(lstrlenA(value.Value.lpszA)) + 1;
+      return TextSize(value.Value.lpszA);
     case PT_UNICODE:
-      return 2 * (static_cast<std::size_t>(lstrlenW(value.Value.lpszW)) + 1);
+      return TextSize(value.Value.lpszW);
     case PT_CLSID:
       return sizeof(GUID);
     case PT_BINARY:
@@ -46,7 +47,7 @@ const void* DataPointer(const SPropValue& value) noexcept {
   }
 }
 
-// Addresses of the process that wrote the record mean nothing.
+// An address of the process that made the record means nothing.
 void ClearPointer(SPropValue& value) noexcept {
   ULONG type = PropType(value.ulPropTag);
   if (type == PT_BINARY || IsMultiValued(type)) {
@@ -56,8 +57,9 @@ void ClearPointer(SPropValue& value) noexcept {
   }
 }
 
-// Bytes of the union that the type uses; those behind are whatever the caller's stack held.
-std::size_t ValueSize(ULONG type) noexcept {
+// Bytes of the union that mean something in a stored record.
+std::size_t ValueSize(ULONG tag) noexcept {
+  const ULONG type = PropType(tag);
   switch (type) {
     case PT_I2:
     case PT_BOOLEAN:
@@ -80,12 +82,6 @@ std::size_t ValueSize(ULONG type) noexcept {
     default:
       return IsMultiValued(type) ? 4 : sizeof(SPropValueUnion);
   }
-}
-
-// Nothing of this process but the value itself has a place in a record: no address, no byte left on the stack.
-void ClearUnused(SPropValue& value) noexcept {
-  std::size_t size = ValueSize(PropType(value.ulPropTag));
-  std::memset(reinterpret_cast<BYTE*>(&value.Value) + size, 0, sizeof(SPropValueUnion) - size);
 }
 
 bool EndsInside8(const PropRecord& record) noexcept {
@@ -163,7 +159,7 @@ void WriteRecord(const SPropValue& value, std::size_t data_length, PropRecord& r
   record.recLength = static_cast<ULONG>(length);
   record.dataLength = static_cast<ULONG>(data_length);
   std::memcpy(&record.value, &value, sizeof(value));
-  ClearUnused(record.value);
+  ClearPointer(record.value);
   BYTE* data = record.data();
   if (IsMultiValued(value.ulPropTag)) {
     std::memset(data, 0, length - sizeof(PropRecord));
@@ -191,6 +187,7 @@ bool CheckRecord(PropRecord& record, std::size_t size) noexcept {
   if (record.dataLength > kMaxDataLength || RecordLength(record.dataLength) != size) return false;
   ClearPointer(record.value);
   ULONG type = PropType(record.value.ulPropTag);
+  if (IsMultiValued(type) && !IsKnownMultiValue(type)) return false;
   if (!HasData(type)) {
     record.dataLength = 0;
     record.recLength = kMinRecordLength;
@@ -204,6 +201,17 @@ bool CheckRecord(PropRecord& record, std::size_t size) noexcept {
     std::memset(record.data(), 0, record.dataLength);
   }
   return true;
+}
+
+void ClearUnused(PropRecord& record) noexcept {
+  std::size_t size = ValueSize(record.value.ulPropTag);
+  std::memset(reinterpret_cast<BYTE*>(&record.value.Value) + size, 0, sizeof(SPropValueUnion) - size);
+}
+
+bool SameStored(const PropRecord& a, const PropRecord& b) noexcept {
+  if (a.tag() != b.tag() || a.dataLength != b.dataLength || a.value.dwAlignPad != b.value.dwAlignPad) return false;
+  return std::memcmp(&a.value.Value, &b.value.Value, ValueSize(a.tag())) == 0 &&
+         std::memcmp(a.data(), b.data(), a.dataLength) == 0;
 }
 
 HRESULT ReadRecordData(const PropRecord& record, void* head, SPropValue& value) noexcept {

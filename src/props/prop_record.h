@@ -4,7 +4,7 @@
 //   offset  width  field
 //        0      4  recLength: of the whole record; 40 when the padded data length is 8 or less, else that + 32
 //        4      4  dataLength: of the out-of-line data before padding to a multiple of 8
-//        8     24  the SPropValue: tag, pad, union; counts hold, pointers are zero
+//        8     24  the SPropValue as it was given: tag, pad, union; counts hold, pointers are zero
 //       32         the data: a string with its terminator, a GUID, a byte run, or a multi-valued block; then padding
 //
 // Records from the registry are checked once, when they become nodes; from then on they are trusted.
@@ -52,8 +52,8 @@ struct PropNodeDelete {
 using PropNodePtr = std::unique_ptr<PropNode, PropNodeDelete>;
 
 // Stores the length of the data of the value's record. A null string counts as an empty one. E_OUTOFMEMORY: more than a
-// record can hold. MAPI_E_NO_SUPPORT: a multi-valued type that is not in the table. E_INVALIDARG: values counted, but no
-// array.
+// record can hold. MAPI_E_NO_SUPPORT: a multi-valued type that is not in the table. E_INVALIDARG: values counted, but
+// no array.
 HRESULT MeasureData(const SPropValue& value, std::size_t* data_length) noexcept;
 
 // The length of a record with so much data.
@@ -75,6 +75,13 @@ HRESULT MakeEmptyNode(std::size_t size, PropNodePtr& node) noexcept;
 // inside. Repairs what cannot be misread: pointer slots become zero, a value without data is an empty one, and data
 // behind a type that has none is dropped.
 bool CheckRecord(PropRecord& record, std::size_t size) noexcept;
+
+// Zeroes what means nothing in a stored record: the bytes of the union behind a value's own, which are whatever the
+// memory of its maker held.
+void ClearUnused(PropRecord& record) noexcept;
+
+// Whether both say the same when they are stored.
+bool SameStored(const PropRecord& a, const PropRecord& b) noexcept;
 
 // Stores the record's property as a caller's value. Its data is linked to head, or is a head block of its own when head
 // is null. E_OUTOFMEMORY.

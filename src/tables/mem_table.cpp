@@ -83,6 +83,7 @@ HRESULT MemTable::SetColumns(SPropTagArray* tags, ULONG) noexcept {
 
 HRESULT MemTable::QueryColumns(ULONG flags, SPropTagArray** tags) noexcept {
   if (tags == nullptr) return E_INVALIDARG;
+  *tags = nullptr;
   LockedScope scope(section_);
   if ((flags & TBL_ALL_COLUMNS) == 0 && columns_) {
     ChainPtr<SPropTagArray> copy;

@@ -213,7 +213,7 @@ HRESULT UpdateRowAndSave(MemTable& table, const SPropValue& key, ULONG count, co
   PropList list;
   if (HRESULT hr = row.Unpack(list); Failed(hr)) return hr;
   for (ULONG i = 0; i < count; ++i) {
-    if (HRESULT hr = list.Set(values[i]); Failed(hr)) return hr;
+    if (HRESULT hr = list.SetToStore(values[i]); Failed(hr)) return hr;
   }
   TableRow updated;
   if (HRESULT hr = updated.Pack(list); Failed(hr)) return hr;

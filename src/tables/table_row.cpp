@@ -95,6 +95,12 @@ HRESULT TableRow::Build(const SRow& row) noexcept {
       [&](std::size_t i, std::size_t length, PropRecord& record) { WriteRecord(row.lpProps[i], length, record); });
 }
 
+HRESULT TableRow::BuildToStore(const SRow& row) noexcept {
+  HRESULT hr = Build(row);
+  for (std::size_t i = 0; Succeeded(hr) && i < count(); ++i) ClearUnused(*block_->at(block_->offsets[i]));
+  return hr;
+}
+
 HRESULT TableRow::Pack(const PropList& list) noexcept {
   auto length_of = [&](std::size_t i, std::size_t* length) {
     *length = list.nodes()[i]->record.dataLength;

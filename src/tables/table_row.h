@@ -30,6 +30,7 @@ class TableRow {
   // Makes the row of a caller's values as they stand, repeats included; of a list's properties. E_INVALIDARG: no values.
   // E_OUTOFMEMORY, errors of MeasureData. The row is as before on an error.
   HRESULT Build(const SRow& row) noexcept;
+  HRESULT BuildToStore(const SRow& row) noexcept;  // without what means nothing in a stored record
   HRESULT Pack(const PropList& list) noexcept;
 
   // Appends the properties to a list, none of them dirty. E_OUTOFMEMORY.

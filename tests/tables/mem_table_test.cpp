@@ -118,7 +118,8 @@ TEST_F(MemTableTest, Seeking) {
 
 TEST_F(MemTableTest, ColumnsShapeTheRows) {
   ChainPtr<SPropTagArray> tags;
-  EXPECT_EQ(table_->QueryColumns(TBL_ALL_COLUMNS, tags.Put()), MAPI_E_TABLE_EMPTY);
+  auto* refused = reinterpret_cast<SPropTagArray*>(this);
+  EXPECT_TRUE(table_->QueryColumns(TBL_ALL_COLUMNS, &refused) == MAPI_E_TABLE_EMPTY && refused == nullptr);
   Fill(2);
   TagArray<3> columns = {3, {PR_DISPLAY_NAME_A, kMissing, PR_NULL}}, none = {0, {}};
   ASSERT_EQ(table_->SetColumns(columns.address(), 0), S_OK);

@@ -85,7 +85,7 @@ TEST_F(RegistryPersistence, StoresEachKindAsSpecifiedAndReadsItBack) {
                                value_of(PR_SERVICE_ENTRY_NAME, &SPropValueUnion::lpszA, const_cast<char*>("Go")),
                                value_of(kTime, &SPropValueUnion::ft, FILETIME{0x11223344, 0x55667788})};
   PropList list;
-  for (const SPropValue& value : values) ASSERT_EQ(list.Set(value), S_OK);
+  for (const SPropValue& value : values) ASSERT_EQ(list.SetToStore(value), S_OK);
   ASSERT_EQ(SaveList(list, key_.Get()), S_OK);
 
   Data hello(12), strings(16 + 6), run_block(3 * 16 + 3);
@@ -118,6 +118,14 @@ TEST_F(RegistryPersistence, StoresEachKindAsSpecifiedAndReadsItBack) {
   loaded.SetAllDirty(true);
   ASSERT_EQ(SaveList(loaded, copy.Get()), S_OK);
   EXPECT_EQ(ReadValues(copy.Get()), expected);
+
+  const Data read = Record(PR_DEPTH, {7, 0, 0, 0, 9, 9});  // another writer left something behind the number
+  Store(copy.Get(), UAB_TEXT("other"), read);
+  PropList again;
+  ASSERT_EQ(LoadList(again, copy.Get()), S_OK);
+  ASSERT_EQ(again.SetToStore(LongValue(PR_DEPTH, 7)), S_OK);
+  ASSERT_EQ(SaveList(again, copy.Get()), S_OK);
+  EXPECT_EQ(ReadBytes(copy.Get(), UAB_TEXT("805634051")), read);
 }
 
 TEST_F(RegistryPersistence, PassesOverWhatIsNoRecord) {
@@ -160,6 +168,7 @@ TEST_F(RegistryPersistence, PassesOverWhatIsNoRecord) {
       {"numbers, count too large", Record(kLongs, {3}, Data(8)), kRefused},
       {"numbers, count overflows", Patched(Record(PropTag(PT_MV_I8, 0x6604), {1}, Data(8)), 16, 0x20000001), kRefused},
       {"list of an unknown type", Record(PropTag(0x10FF, 0x6605), {1}, Data(8)), kRefused},
+      {"list of an unknown type, without data", Record(PropTag(0x10FF, 0x6605), {0}), kRefused},
   };
   Store(key_.Get(), UAB_TEXT("other"), Record(PR_DEPTH, {7}), REG_SZ);  // names and value types are not looked at
   for (const auto& test : cases) {
