@@ -64,6 +64,11 @@ inline HRESULT LinkBlock(std::size_t size, void* head_data, void** buffer, Fill 
 
 }  // namespace
 
+std::size_t HeadSize(const void* head) noexcept {
+  const BlockHeader* block = HeadOf(const_cast<void*>(head));
+  return block != nullptr ? block->size : 0;
+}
+
 HRESULT AllocateHead(std::size_t size, void** buffer) noexcept {
   HRESULT hr = AllocateUnwritten(size, buffer);
   if (Succeeded(hr)) Clear(*buffer, size);

@@ -34,6 +34,9 @@ HRESULT AllocateLinked(std::size_t size, void* head, void** buffer) noexcept;
 HRESULT AllocateUnwritten(std::size_t size, void** buffer) noexcept;
 HRESULT CopyLinked(const void* data, std::size_t size, void* head, void** buffer) noexcept;
 
+// Bytes of a head block's data; 0 for null and for what is no head block.
+std::size_t HeadSize(const void* head) noexcept;
+
 // Owners of what has not been handed over yet.
 template <typename T>
 struct ChainPolicy {

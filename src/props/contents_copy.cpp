@@ -27,7 +27,7 @@ struct Level {
 
 class ContentsCopy : NonCopyable {
  public:
-  ContentsCopy(CopyMap& map, ULONG flags) : map_(map), flags_(flags) {}
+  ContentsCopy(CopyMap& map, ULONG flags) : map_(map), wide_(flags & MAPI_UNICODE) {}
 
   // id: of a list that is a member; null for the whole copying's source.
   HRESULT Begin(const SPropTagArray* tags, IUnknown* source, IUnknown* destination, const IID& destination_iid,
@@ -46,7 +46,7 @@ class ContentsCopy : NonCopyable {
 
   CopyMap& map_;
   std::deque<Level> levels_;  // the innermost last; growing leaves the others in their place
-  ULONG flags_;               // of the whole copying's source; lists below are copied with none
+  const ULONG wide_;          // the caller's MAPI_UNICODE; lists that are members are copied with no other flag
 };
 
 SBinary BinaryOf(std::span<const BYTE> id) noexcept {
@@ -75,12 +75,12 @@ HRESULT LinkCopy(IABContainer* destination, const std::string& partner) noexcept
 HRESULT ContentsCopy::Begin(const SPropTagArray* tags, IUnknown* source, IUnknown* destination,
                             const IID& destination_iid, ULONG flags, const std::span<const BYTE>* id,
                             SPropProblemArray** problems) {
-  if (HRESULT hr = CopyProps(tags, source, destination, flags, id, problems); Failed(hr)) return hr;
-  if (!IsTagListed(PR_CONTAINER_CONTENTS, tags)) return S_OK;
-  Level level;
-  if (HRESULT hr = FindCreationTemplates(destination, level.templates); Failed(hr)) return hr;
-  HRESULT hr = AskFor(source, IID_IMAPIContainer, level.source);
+  HRESULT hr = CopyProps(tags, source, destination, flags, id, problems);
   if (Failed(hr)) return hr;
+  if (!IsTagListed(PR_CONTAINER_CONTENTS, tags)) return hr;
+  Level level;
+  if (hr = FindCreationTemplates(destination, level.templates); Failed(hr)) return hr;
+  if (hr = AskFor(source, IID_IMAPIContainer, level.source); Failed(hr)) return hr;
   at_boundary([&] { return Descend(destination, destination_iid, id, std::move(level)); });  // not reported
   return hr;
 }
@@ -93,10 +93,10 @@ HRESULT ContentsCopy::CopyProps(const SPropTagArray* tags, IUnknown* source, IUn
   if (HRESULT hr = StripObjectAndBinaryTags(tags, copied.Put()); Failed(hr)) {
     return hr == MAPI_E_NOT_FOUND ? S_OK : hr;
   }
-  if (HRESULT hr = PlainCopy(copied.Get(), source, destination, flags, problems); Failed(hr)) return hr;
-  if (id == nullptr) return S_OK;
+  HRESULT hr = PlainCopy(copied.Get(), source, destination, flags, problems);
+  if (Failed(hr) || id == nullptr) return hr;
   ComPtr<IMAPIProp> copy;
-  if (HRESULT hr = AskFor(destination, IID_IMAPIProp, copy); Failed(hr)) return hr;
+  if (hr = AskFor(destination, IID_IMAPIProp, copy); Failed(hr)) return hr;
   return RecordCopy(copy.Get(), *id);
 }
 
@@ -134,7 +134,7 @@ void ContentsCopy::CopyMembers() noexcept {
 HRESULT ContentsCopy::CopyNextMember(Level& level, bool* more) {
   RowSetPtr rows;
   SRow* row = nullptr;
-  if (HRESULT hr = ReadRow(level.members.Get(), rows, &row); Failed(hr)) return hr;
+  if (HRESULT hr = ReadRow(level.members.Get(), kColumns.cValues, rows, &row); Failed(hr)) return hr;
   if (row == nullptr) return S_OK;
   *more = true;
   if (row->lpProps == nullptr) return S_OK;
@@ -168,10 +168,8 @@ HRESULT ContentsCopy::CopyList(Level& level, std::span<const BYTE> id) {
   if (HRESULT hr = CreateCopy(level.destination.Get(), *level.templates.list.Get(), copy); Failed(hr)) return hr;
   ComPtr<IMAPIProp> list;
   if (HRESULT hr = AskFor(member.Get(), IID_IMAPIProp, list); Failed(hr)) return hr;
-  const ULONG list_flags = levels_.size() == 1 ? flags_ & MAPI_UNICODE : 0;
   ChainPtr<SPropTagArray> tags;
-  HRESULT hr = call_out([&] { return list->GetPropList(list_flags, tags.Put()); });
-  if (Failed(hr)) return hr;
+  if (HRESULT hr = GetTags(list.Get(), wide_, tags); Failed(hr)) return hr;
   return Begin(tags.Get(), member.Get(), copy.Get(), IID_IDistList, 0, &id, nullptr);
 }
 

@@ -52,8 +52,7 @@ HRESULT DoCopyTo(NamedObject source, const SPropTagArray* excluded, NamedObject 
   {
     ComPtr<IMAPIProp> props;
     if (HRESULT hr = AskFor(source.unknown(), IID_IMAPIProp, props); Failed(hr)) return hr;
-    HRESULT hr = call_out([&] { return props->GetPropList(flags & MAPI_UNICODE, tags.Put()); });
-    if (Failed(hr)) return hr;
+    if (HRESULT hr = GetTags(props.Get(), flags & MAPI_UNICODE, tags); Failed(hr)) return hr;
   }
   ExcludeTags(tags.Get(), excluded);
   return DoCopyProps(source, tags.Get(), destination, flags, problems);

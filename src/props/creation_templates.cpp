@@ -41,7 +41,7 @@ HRESULT SearchTable(IMAPIProp* destination, CreationTemplates& templates) noexce
   for (;;) {
     RowSetPtr rows;
     SRow* row = nullptr;
-    if (Failed(ReadRow(table.Get(), rows, &row)) || row == nullptr) return S_OK;
+    if (Failed(ReadRow(table.Get(), kColumns.cValues, rows, &row)) || row == nullptr) return S_OK;
     if (hr = ConsiderRow(*row, templates); Failed(hr)) return hr;
   }
 }

@@ -27,7 +27,7 @@ bool IsMissing(const SPropValue& value) noexcept {
 HRESULT KeepExisting(IMAPIProp* destination, const SPropTagArray* tags, ULONG count, SPropValue* values) noexcept {
   ULONG existing_count = 0;
   ChainPtr<SPropValue> existing;
-  HRESULT hr = GetValues(destination, tags, &existing_count, existing);
+  HRESULT hr = GetValues(destination, tags, MAPI_UNICODE, &existing_count, existing);
   if (Failed(hr)) return hr;
   if (existing_count != count) return E_FAIL;
   for (ULONG i = 0; i < count; ++i) {
@@ -48,14 +48,13 @@ HRESULT PlainCopy(const SPropTagArray* tags, IUnknown* source, IUnknown* destina
 
   ULONG count = 0;
   ChainPtr<SPropValue> values;
-  if (HRESULT hr = GetValues(from.Get(), tags, &count, values); Failed(hr)) return hr;
+  if (HRESULT hr = GetValues(from.Get(), tags, MAPI_UNICODE, &count, values); Failed(hr)) return hr;
   for (ULONG i = 0; i < count; ++i) {
     if (StaysBehind(values.Get()[i])) values.Get()[i].ulPropTag = PR_NULL;
   }
   if ((flags & MAPI_NOREPLACE) != 0) {
     if (HRESULT hr = KeepExisting(to.Get(), tags, count, values.Get()); Failed(hr)) return hr;
   }
-  if (count == 0) return S_OK;
 
   ChainPtr<SPropProblemArray> found;
   HRESULT hr = call_out([&] { return to->SetProps(count, values.Get(), found.Put()); });

@@ -188,11 +188,21 @@ TEST(CopyEngine, PlainCopyLeavesBehindWhatMeansNothingElsewhere) {
   auto from = store.provider->Open("ann"), to = store.provider->Open("bob");
   EXPECT_EQ(PlainCopy(nullptr, from.Get(), to.Get(), MAPI_NOREPLACE, nullptr), E_FAIL);
   EXPECT_EQ(PlainCopy(nullptr, nullptr, to.Get(), 0, nullptr), E_INVALIDARG);
+  constexpr TagArray<2> with_hierarchy = {2, {PR_EMAIL_ADDRESS_W, PR_CONTAINER_HIERARCHY}};
+  store.provider->set_result = MAPI_W_ERRORS_RETURNED;
+  EXPECT_EQ(store.CopyProps(with_hierarchy.address(), "source", "root"), MAPI_W_ERRORS_RETURNED);
+  FakeEntry& bare = store.provider->AddUser("bare");
+  bare.props.Clear();
+  auto nothing = store.provider->Open("bare");
+  EXPECT_EQ(PlainCopy(nullptr, nothing.Get(), to.Get(), 0, nullptr), MAPI_W_ERRORS_RETURNED) << "is asked all the same";
+  store.provider->set_result = S_OK;
 
   constexpr TagArray<1> excluded = {1, {WithPropType(PR_DISPLAY_NAME_W, PT_UNSPECIFIED)}};
   FakeEntry& third = store.provider->AddUser("third");
   to = store.provider->Open("third");
-  EXPECT_EQ(DoCopyTo({&IID_IMailUser, from.Get()}, excluded.address(), {&IID_IMailUser, to.Get()}, 0, nullptr), S_OK);
+  EXPECT_EQ(
+      DoCopyTo({&IID_IMailUser, from.Get()}, excluded.address(), {&IID_IMailUser, to.Get()}, MAPI_UNICODE, nullptr),
+      S_OK);
   EXPECT_EQ(text(third, PR_DISPLAY_NAME_W), UAB_TEXT("third"));
   EXPECT_NE(third.props.Find(PR_EMAIL_ADDRESS_W), nullptr);
 }

@@ -82,6 +82,7 @@ class FakeTable final : public FakeBase<RefusingTable<Refusing<IMAPITable>>> {
       if (Failed(hr)) return hr;
     }
     if (!provider_.calls->endless) position_ += wanted;
+    if (wanted != 0 && provider_.calls->claimed_rows != 0) set->cRows = provider_.calls->claimed_rows;
     *rows = set.Detach();
     return S_OK;
   }
@@ -124,8 +125,9 @@ class FakeObject final : public FakeBase<RefusingABContainer<RefusingProp<Refusi
     if (turn.stop) return turn.result;
     return provider_.AnswerValues(turn, entry_->props, entry_->name, tags, count, values);
   }
-  HRESULT UAB_CALL GetPropList(ULONG, SPropTagArray** tags) override {
+  HRESULT UAB_CALL GetPropList(ULONG flags, SPropTagArray** tags) override {
     *tags = nullptr;
+    if (flags != MAPI_UNICODE) return MAPI_E_BAD_CHARWIDTH;
     FakeProvider::Turn turn = provider_.Enter("GetPropList");
     if (turn.stop) return turn.result;
     PropList bare;
@@ -162,7 +164,7 @@ class FakeObject final : public FakeBase<RefusingABContainer<RefusingProp<Refusi
       if (refused && found) *found.Get() = {1, {{i, PR_COMMENT_W, E_ACCESSDENIED}}};
     }
     if (problems != nullptr && Succeeded(hr)) *problems = found.Detach();
-    return hr;
+    return Succeeded(hr) ? provider_.set_result : hr;
   }
   HRESULT UAB_CALL GetContentsTable(ULONG flags, IMAPITable** table) override {
     *table = nullptr;

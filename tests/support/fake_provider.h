@@ -51,8 +51,9 @@ class FakeCalls {
   std::vector<std::string> TakeLog() { return std::exchange(log_, {}); }  // "A.OpenEntry ann", ...
 
   bool logs = false;
-  bool endless = false;   // tables repeat their row
-  LONG surplus_rows = 0;  // that are delivered above what was asked for
+  bool endless = false;    // tables repeat their row
+  LONG surplus_rows = 0;   // that are delivered above what was asked for
+  ULONG claimed_rows = 0;  // that a row set says it has; 0: the truth
   // Spoils what is handed out of the entry with this name.
   std::function<void(const std::string& name, SPropValue*& values, ULONG& count)> spoil;
 
@@ -152,7 +153,8 @@ class FakeProvider : public RefusingAddrBook<RefusingProp<Refusing<IAddrBook>>> 
   MAPIUID uid;
   const std::shared_ptr<FakeCalls> calls;
   std::atomic<int> live_objects = 0;
-  bool bare_lists = false;  // GetPropList of a list: PR_CONTAINER_CONTENTS alone
+  HRESULT set_result = S_OK;  // of SetProps that went well
+  bool bare_lists = false;    // GetPropList of a list: PR_CONTAINER_CONTENTS alone
   // Runs in each call before anything else, and in the last Release: to call back into the library.
   std::function<void(std::string_view slot)> on_call;
   std::function<void(ADRLIST*)> complete;  // what PrepareRecips does, also when it then fails
