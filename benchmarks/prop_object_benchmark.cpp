@@ -24,7 +24,8 @@ void ReadTen(benchmark::State& state) {
     values[i].ulPropTag = TagOf(i);
     if (i % 2 == 0) values[i].Value.lpszW = const_cast<WCHAR*>(kText);
   }
-  PropObject object;
+  Section section;
+  PropObject object(section);
   TagArray<kWanted> tags = {kWanted, {}};
   for (ULONG i = 0; i < kWanted; ++i) tags.aulPropTag[i] = TagOf(i * (count / kWanted) + i % 2);
   if (object.InitProps(count, values.data()) != S_OK) return state.SkipWithError("no memory");

@@ -32,7 +32,8 @@ HRESULT GetDefaultContainer(AddrBook& address_book, Settings& settings, const De
   *size = 0;
   *entry = nullptr;
   ChainPtr<SPropValue> stored;
-  const HRESULT read = settings.Read(kind.tag, stored);
+  Settings::Choices choices = 0;
+  const HRESULT read = settings.Read(kind.tag, stored, &choices);
   bool replaceable = read == MAPI_E_NOT_FOUND;  // a setting that merely could not be read stays
   if (Succeeded(read)) {
     const SBinary& identifier = stored->Value.bin;
@@ -44,7 +45,10 @@ HRESULT GetDefaultContainer(AddrBook& address_book, Settings& settings, const De
   const SBinary first = search.Next(kind.flags);
   if (first.cb == 0) return E_FAIL;
   if (HRESULT hr = CopyOut(first, size, entry); Failed(hr)) return hr;
-  if (replaceable) (void)settings.SetForSession(SettingOf(kind, first));  // without it the next call searches again
+  // A default that is not kept is worked out again by the next call.
+  if (replaceable && IsContainerWithFlags(address_book, kind.flags, first)) {
+    (void)settings.SetDefault(SettingOf(kind, first), choices);
+  }
   return S_OK;
 }
 

@@ -24,7 +24,7 @@ bool Fits(AddrBook& address_book, const SBinary& container) noexcept {
   return IsContainerWithFlags(address_book, AB_RECIPIENTS, container);
 }
 
-HRESULT EstablishDefault(AddrBook& address_book, Settings& settings) {
+HRESULT EstablishDefault(AddrBook& address_book, Settings& settings, Settings::Choices choices) {
   Path path;
   ContainerSearch search;
   if (Succeeded(search.Open(address_book))) {
@@ -32,7 +32,7 @@ HRESULT EstablishDefault(AddrBook& address_book, Settings& settings) {
       path.push_back(next);
     }
   }
-  return settings.SetForSession(SettingOf(path));
+  return settings.SetDefault(SettingOf(path), choices);
 }
 
 // One block: the value, and behind it the bytes.
@@ -54,15 +54,16 @@ HRESULT MakeRow(const SBinary& identifier, SRow& row) noexcept {
 HRESULT EstablishSearchPath(AddrBook& address_book, Settings& settings) noexcept {
   return at_boundary([&]() -> HRESULT {
     ChainPtr<SPropValue> stored;
-    HRESULT hr = settings.Read(PR_AB_SEARCH_PATH, stored);
-    if (hr == MAPI_E_NOT_FOUND) return EstablishDefault(address_book, settings);
+    Settings::Choices choices = 0;
+    HRESULT hr = settings.Read(PR_AB_SEARCH_PATH, stored, &choices);
+    if (hr == MAPI_E_NOT_FOUND) return EstablishDefault(address_book, settings, choices);
     if (Failed(hr)) return hr;
     const SBinaryArray& members = stored->Value.MVbin;
     Path kept;
     for (ULONG i = 0; i < members.cValues; ++i) {
       if (Fits(address_book, members.lpbin[i])) kept.push_back(members.lpbin[i]);
     }
-    if (kept.empty()) return EstablishDefault(address_book, settings);
+    if (kept.empty()) return EstablishDefault(address_book, settings, choices);
     return kept.size() == members.cValues ? S_OK : settings.Set(SettingOf(kept));
   });
 }

@@ -48,8 +48,9 @@ void Settings::Save() noexcept {
   });
 }
 
-HRESULT Settings::Read(ULONG tag, ChainPtr<SPropValue>& value) noexcept {
+HRESULT Settings::Read(ULONG tag, ChainPtr<SPropValue>& value, Choices* choices) noexcept {
   return props_.WithList([&](PropList& list) -> HRESULT {
+    if (choices != nullptr) *choices = choices_;
     const PropNode* node = list.Find(tag);
     if (node == nullptr || node->tag() != tag) return MAPI_E_NOT_FOUND;
     ChainPtr<SPropValue> copy;
@@ -60,8 +61,16 @@ HRESULT Settings::Read(ULONG tag, ChainPtr<SPropValue>& value) noexcept {
   });
 }
 
-HRESULT Settings::SetForSession(const SPropValue& value) noexcept {
+HRESULT Settings::Set(const SPropValue& value) noexcept {
   return props_.WithList([&](PropList& list) {
+    ++choices_;
+    return list.SetToStore(value);
+  });
+}
+
+HRESULT Settings::SetDefault(const SPropValue& value, Choices choices) noexcept {
+  return props_.WithList([&](PropList& list) {
+    if (choices_ != choices) return S_OK;
     HRESULT hr = list.Set(value);
     if (Succeeded(hr)) list.Find(value.ulPropTag)->flags &= ~PropNode::kDirty;
     return hr;

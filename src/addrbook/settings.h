@@ -3,6 +3,7 @@
 // call, but for Load and Save.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "frame/allocation_chain.h"
@@ -20,17 +21,24 @@ class Settings : NonCopyable {
   // is stored then as before. REQUIRES: loaded.
   void Save() noexcept;
 
-  // Stores a copy of a setting, a head block. MAPI_E_NOT_FOUND: there is none, or it has another type. E_OUTOFMEMORY.
-  HRESULT Read(ULONG tag, ChainPtr<SPropValue>& value) noexcept;
+  // Counts what callers have set.
+  using Choices = std::uint64_t;
 
-  // Keeps a copy of a value, which Save writes. Errors of PropObject::SetOneProp; the old value then stays.
-  HRESULT Set(const SPropValue& value) noexcept { return props_.SetOneProp(value); }
+  // Stores a copy of a setting, a head block, and what had been set by then. MAPI_E_NOT_FOUND: there is none, or it has
+  // another type. E_OUTOFMEMORY.
+  HRESULT Read(ULONG tag, ChainPtr<SPropValue>& value, Choices* choices = nullptr) noexcept;
 
-  // The same for this session only.
-  HRESULT SetForSession(const SPropValue& value) noexcept;
+  // Keeps a copy of a value, which Save writes. Errors of PropList::Set; the old value then stays.
+  HRESULT Set(const SPropValue& value) noexcept;
+
+  // The same for this session only, and only if callers have set nothing since: what they choose while a default is
+  // worked out stays.
+  HRESULT SetDefault(const SPropValue& value, Choices choices) noexcept;
 
  private:
-  PropObject props_;
+  Section section_;
+  PropObject props_{section_};
+  Choices choices_ = 0;  // guarded as the list is
   const WCHAR* app_key_ = nullptr;
   std::basic_string<WCHAR> profile_name_;
 };

@@ -20,9 +20,10 @@ HRESULT ProfileSection::Create(MsgServiceAdmin& admin, const MAPIUID& uid, ComPt
   return section ? S_OK : E_OUTOFMEMORY;
 }
 
-// The lock is held until all is written: of two savers one writes after the other, each its whole set.
+// The lock is held until all is written: of two savers one writes after the other, each its whole set, and the last
+// Release of another thread waits.
 HRESULT ProfileSection::SaveChanges(ULONG) noexcept {
-  LockedScope scope(props_.lock());
+  LockedScope scope(section_);
   ULONG count = 0;
   ChainPtr<SPropValue> values;
   if (HRESULT hr = props_.GetAllProps(&count, values.Put()); Failed(hr)) return hr;
@@ -31,6 +32,7 @@ HRESULT ProfileSection::SaveChanges(ULONG) noexcept {
 
 HRESULT ProfileSection::CopyTo(ULONG, const IID*, SPropTagArray* excluded_tags, ULONG_PTR ui, IMAPIProgress* progress,
                                const IID* iid, void* destination, ULONG flags, SPropProblemArray** problems) noexcept {
+  if (problems != nullptr) *problems = nullptr;
   if (iid == nullptr || destination == nullptr) return E_INVALIDARG;
   ChainPtr<SPropTagArray> tags;
   if (HRESULT hr = GetPropList(flags & MAPI_UNICODE, tags.Put()); Failed(hr)) return hr;
@@ -40,6 +42,7 @@ HRESULT ProfileSection::CopyTo(ULONG, const IID*, SPropTagArray* excluded_tags, 
 
 HRESULT ProfileSection::CopyProps(SPropTagArray* tags, ULONG_PTR, IMAPIProgress*, const IID* iid, void* destination,
                                   ULONG flags, SPropProblemArray** problems) noexcept {
+  if (problems != nullptr) *problems = nullptr;
   if (iid == nullptr || destination == nullptr || tags == nullptr) return E_INVALIDARG;
   if (!(*iid == IID_IMAPIProp) && !(*iid == IID_IProfSect)) return E_NOINTERFACE;
   return PlainCopy(tags, this, static_cast<IUnknown*>(destination), flags, problems);

@@ -56,7 +56,7 @@ class ProfileSection final : public ComObject<ProfileSection, IProfSect, &IID_IM
 
   const ComPtr<MsgServiceAdmin> admin_;
   const MAPIUID uid_;
-  PropObject props_;
+  PropObject props_{section_};  // one lock for the properties and the count
 };
 
 }  // namespace uab

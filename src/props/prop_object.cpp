@@ -17,7 +17,6 @@ class Problems {
   HRESULT Prepare(SPropProblemArray** out, ULONG capacity) noexcept {
     out_ = out;
     if (out_ == nullptr) return S_OK;
-    *out_ = nullptr;
     return AllocateInto(array_, ProblemArraySize(capacity));
   }
 
@@ -108,6 +107,7 @@ HRESULT PropObject::GetAllProps(ULONG* count, SPropValue** values) noexcept {
 }
 
 HRESULT PropObject::GetPropList(ULONG flags, SPropTagArray** tags) noexcept {
+  if (tags != nullptr) *tags = nullptr;
   if ((flags & MAPI_UNICODE) == 0) return MAPI_E_BAD_CHARWIDTH;
   if (tags == nullptr) return E_INVALIDARG;
   LockedScope scope(section_);
@@ -119,6 +119,7 @@ HRESULT PropObject::GetPropList(ULONG flags, SPropTagArray** tags) noexcept {
 }
 
 HRESULT PropObject::SetProps(ULONG count, const SPropValue* values, SPropProblemArray** problems) noexcept {
+  if (problems != nullptr) *problems = nullptr;
   if (count != 0 && values == nullptr) return E_INVALIDARG;
   Problems found;
   if (HRESULT hr = found.Prepare(problems, count); Failed(hr)) return hr;
@@ -138,6 +139,7 @@ HRESULT PropObject::SetOneProp(const SPropValue& value) noexcept {
 }
 
 HRESULT PropObject::DeleteProps(const SPropTagArray* tags, SPropProblemArray** problems) noexcept {
+  if (problems != nullptr) *problems = nullptr;
   if (tags == nullptr) return E_INVALIDARG;
   Problems found;
   if (HRESULT hr = found.Prepare(problems, tags->cValues); Failed(hr)) return hr;
@@ -146,14 +148,6 @@ HRESULT PropObject::DeleteProps(const SPropTagArray* tags, SPropProblemArray** p
     if (!list_.Remove(tags->aulPropTag[i])) found.Add(i, tags->aulPropTag[i], MAPI_E_NOT_FOUND);
   }
   found.HandOver();
-  return S_OK;
-}
-
-HRESULT PropObject::ClearPropDirty(ULONG tag) noexcept {
-  LockedScope scope(section_);
-  PropNode* node = list_.Find(tag);
-  if (node == nullptr) return MAPI_E_NOT_FOUND;
-  node->flags &= ~PropNode::kDirty;
   return S_OK;
 }
 

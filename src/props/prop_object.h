@@ -2,7 +2,7 @@
 // and where the address book keeps its settings. An object has one as a member and forwards its slots. Values, tag and
 // problem arrays that are handed out are head blocks of the allocation chain.
 //
-// Any thread may call; each operation takes the lock, which the owning object shares for its reference count.
+// Any thread may call; each operation takes the lock, which is the owning object's and guards its reference count too.
 #pragma once
 
 #include "keluab/values.h"
@@ -13,13 +13,14 @@ namespace uab {
 
 class PropObject : NonCopyable {
  public:
-  Section& lock() noexcept { return section_; }
+  // The lock is borrowed.
+  explicit PropObject(Section& section) noexcept : section_(section) {}
 
   // Replaces the set by copies of the values; PR_NULL and PT_ERROR values are skipped. On an error the set stays.
   HRESULT InitProps(ULONG count, const SPropValue* values) noexcept;
 
   // IMAPIProp's operations of the same names; see keluab/props.h. A value that can't be set is a problem or, without a
-  // problem array, dropped in silence.
+  // problem array, dropped in silence. A refusal stores null, but for GetProps, which stores nothing.
   HRESULT GetProps(const SPropTagArray* tags, ULONG flags, ULONG* count, SPropValue** values) noexcept;
   HRESULT GetPropList(ULONG flags, SPropTagArray** tags) noexcept;
   HRESULT SetProps(ULONG count, const SPropValue* values, SPropProblemArray** problems) noexcept;
@@ -32,9 +33,6 @@ class PropObject : NonCopyable {
   // tag that callers may not write. Errors of PropList::Set.
   HRESULT SetOneProp(const SPropValue& value) noexcept;
 
-  // A value that is not to be saved. MAPI_E_NOT_FOUND: no such property.
-  HRESULT ClearPropDirty(ULONG tag) noexcept;
-
   // Runs work on the list under the lock.
   template <typename Work>
   auto WithList(Work&& work) noexcept {
@@ -43,7 +41,7 @@ class PropObject : NonCopyable {
   }
 
  private:
-  Section section_;
+  Section& section_;
   PropList list_ UAB_GUARDED_BY(section_);
 };
 

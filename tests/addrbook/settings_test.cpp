@@ -129,6 +129,27 @@ TEST_F(SettingsTest, AContainerThatNoLongerFitsIsReplacedForTheSession) {
   EXPECT_EQ(Get(false, kFakeFailure), "");
 }
 
+TEST_F(SettingsTest, ADefaultReplacesNoChoiceMadeMeanwhileAndIsKeptOnlyWhereItFits) {
+  a_.on_call = [&](std::string_view slot) {
+    if (slot != "GetHierarchyTable") return;
+    a_.on_call = nullptr;
+    EXPECT_EQ(SetPAB(FakeId('B', "b2")), S_OK);
+  };
+  EXPECT_EQ(Get(false), "a2");
+  EXPECT_EQ(Get(false), "b2");
+  LogOff();
+  EXPECT_EQ(Stored(), "pab b2;");
+  LogOn();
+  bool unlucky = true;
+  calls_.spoil = [&](const std::string& name, SPropValue*& values, ULONG& count) {  // not what the hierarchy says of it
+    if (count == 1 && (name == "a2" || (name == "b2" && unlucky))) values[0].Value.ul = 0;
+  };
+  EXPECT_EQ(Get(false), "a2");
+  unlucky = false;
+  EXPECT_EQ(Get(false), "b2");
+  calls_.spoil = nullptr;
+}
+
 TEST_F(SettingsTest, StoredValuesOfOtherTypesCountAsNone) {
   LogOff();
   Store(LongValue(WithPropType(PR_AB_SEARCH_PATH, PT_LONG), 1));

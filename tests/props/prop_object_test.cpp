@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <tuple>
+#include <type_traits>
 
 #include "frame/allocation_chain.h"
 #include "support/values.h"
@@ -25,7 +27,8 @@ class PropObjectTest : public testing::Test {
     return object_.GetProps(tags.address(), MAPI_UNICODE, &count_, values_.Put());
   }
 
-  PropObject object_;
+  Section section_;
+  PropObject object_{section_};
   ULONG count_ = 99;
   ChainPtr<SPropValue> values_;
   ChainPtr<SPropProblemArray> problems_;
@@ -39,7 +42,7 @@ TEST_F(PropObjectTest, GetPropsAnswersByIdentifier) {
   EXPECT_EQ(values_.Get()[1].ulPropTag, PR_NULL);
   ASSERT_EQ(object_.GetProps(nullptr, MAPI_UNICODE, &count_, values_.Put()), S_OK) << "everything, in order";
   EXPECT_TRUE(count_ == 2 && values_.Get()[1].Value.l == 2);
-  PropObject empty;
+  PropObject empty(section_);
   ASSERT_EQ(empty.GetProps(nullptr, MAPI_UNICODE, &count_, values_.Put()), S_OK);
   EXPECT_TRUE(count_ == 0 && !values_);
   EXPECT_EQ(Get(TagArray<3>{3, {PR_DEPTH, PR_DISPLAY_NAME_W, PR_DEPTH}}), S_OK) << "against the order, and again";
@@ -59,10 +62,25 @@ TEST_F(PropObjectTest, RefusalsWriteNothing) {
   EXPECT_EQ(object_.GetProps(none.address(), 0, &count_, &untouched), MAPI_E_BAD_CHARWIDTH);
   EXPECT_EQ(object_.GetProps(none.address(), MAPI_UNICODE, &count_, &untouched), E_INVALIDARG);
   EXPECT_TRUE(count_ == 99 && untouched == reinterpret_cast<SPropValue*>(this));
+  auto junk = [this](auto** place) { *place = reinterpret_cast<std::remove_reference_t<decltype(*place)>>(this); };
+  SPropTagArray* list;
+  SPropProblemArray* problems;
+  junk(&list);
+  EXPECT_TRUE(object_.GetPropList(0, &list) == MAPI_E_BAD_CHARWIDTH && list == nullptr);
+  junk(&problems);
+  EXPECT_TRUE(object_.SetProps(1, nullptr, &problems) == E_INVALIDARG && problems == nullptr);
+  junk(&problems);
+  EXPECT_TRUE(object_.DeleteProps(nullptr, &problems) == E_INVALIDARG && problems == nullptr);
   EXPECT_EQ(object_.GetPropList(0, nullptr), MAPI_E_BAD_CHARWIDTH);
   EXPECT_EQ(object_.GetProps(nullptr, MAPI_UNICODE, nullptr, &untouched), E_INVALIDARG);
-  EXPECT_EQ(object_.SetProps(1, nullptr, nullptr), E_INVALIDARG);
-  EXPECT_EQ(object_.DeleteProps(nullptr, nullptr), E_INVALIDARG);
+}
+
+TEST_F(PropObjectTest, GivesTheWholeUnionBackAsItWasGiven) {
+  SPropValue value = LongValue(kMissing, 0);
+  std::memset(&value.Value, 0x5A, sizeof(value.Value));
+  EXPECT_EQ(object_.SetProps(1, &value, nullptr), S_OK);
+  EXPECT_EQ(Get(TagArray<1>{1, {kMissing}}), S_OK);
+  EXPECT_EQ(std::memcmp(&values_.Get()->Value, &value.Value, sizeof(value.Value)), 0);
 }
 
 TEST_F(PropObjectTest, ProblemsSayWhatIsRefusedOrMissing) {
