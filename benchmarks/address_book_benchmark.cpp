@@ -214,7 +214,7 @@ void Hierarchy(benchmark::State& state) {
   if (!session.ok) return state.SkipWithError("no session");
   for (auto _ : state) {
     ComPtr<MemTable> table;
-    HRESULT hr = BuildHierarchy(*session.book, *session.list, MAPI_UNICODE | CONVENIENT_DEPTH, table);
+    HRESULT hr = BuildHierarchy(*session.list, MAPI_UNICODE | CONVENIENT_DEPTH, table);
     if (hr != S_OK || table->row_count() != 64 * (static_cast<std::size_t>(state.range(0)) + 1)) {
       return state.SkipWithError("no hierarchy");
     }

@@ -10,6 +10,7 @@
 #include "frame/allocation_chain.h"
 #include "keluab/tags.h"
 #include "platform/com_ptr.h"
+#include "support/enlist.h"
 #include "tests/support/refusing_objects.h"
 
 namespace uab {
@@ -96,11 +97,16 @@ struct Provider : BareAddrBook {
     return values;
   }
 
+  MAPIUID uid = {{1, 2, 3}};
   std::vector<List> lists;
 };
 
 void Expand(benchmark::State& state, bool nested) {
   Provider provider(static_cast<ULONG>(state.range(0)), nested);
+  ComPtr<ProviderList> providers;
+  if (Failed(ProviderList::Create(providers)) || Failed(Enlist(*providers, provider))) {
+    return state.SkipWithError("no memory");
+  }
   for (auto _ : state) {
     ChainPtr<ADRLIST> input;
     if (Failed(AllocateInto(input, RowSetSize(1)))) return state.SkipWithError("no memory");
@@ -109,7 +115,7 @@ void Expand(benchmark::State& state, bool nested) {
     input->aEntries[0] = {0, 5, values};
     input->cEntries = 1;
     ADRLIST* list = input.Detach();
-    HRESULT hr = ReplaceDistLists(provider, list);
+    HRESULT hr = ReplaceDistLists(*providers, list);
     if (Failed(hr) || list->cEntries != state.range(0)) state.SkipWithError("wrong result");
     UABFreePadrlist(list);
   }

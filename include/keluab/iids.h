@@ -28,4 +28,10 @@ inline constexpr IID IID_UABMsgServiceAdmin = {0x000203A3, 0, 0, {0xC0, 0, 0, 0,
 inline constexpr MAPIUID IdentityUID = {
     {0x80, 0xF5, 0x2B, 0x3F, 0x1B, 0xE9, 0xD2, 0x11, 0x91, 0x68, 0x00, 0xC0, 0x4F, 0x8C, 0xAA, 0x0E}};
 
+// Whether null was passed for an identifier that is taken by reference, as a caller in C can.
+inline bool IsNull(const IID& iid) noexcept {
+  const IID* volatile passed = &iid;  // volatile: a compiler takes for granted that no reference is null
+  return passed == nullptr;
+}
+
 }  // namespace uab

@@ -21,6 +21,7 @@ class Counted : public Interface {
   HRESULT UAB_CALL QueryInterface(const IID& iid, void** object) noexcept override {
     if (object == nullptr) return E_INVALIDARG;
     *object = nullptr;
+    if (IsNull(iid)) return E_INVALIDARG;
     if (!Answers(iid)) return E_NOINTERFACE;
     AddRef();
     *object = static_cast<Interface*>(this);

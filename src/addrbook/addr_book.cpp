@@ -1,11 +1,11 @@
 #include "addrbook/addr_book.h"
 
 #include "addrbook/default_container.h"
-#include "addrbook/entry_id.h"
 #include "addrbook/recipient_groups.h"
 #include "addrbook/root_container.h"
 #include "addrbook/search_path.h"
 #include "platform/at_boundary.h"
+#include "session/entry_id.h"
 
 namespace uab {
 
@@ -53,10 +53,11 @@ bool AddrBook::attached() noexcept {
   return static_cast<bool>(providers_);
 }
 
-HRESULT AddrBook::Route(ULONG size, const ENTRYID* entry, ComPtr<ProviderEntry>& owner) noexcept {
+HRESULT AddrBook::Route(ULONG size, const ENTRYID* entry, Identity identity, ComPtr<ProviderEntry>& owner) noexcept {
   ComPtr<ProviderList> list = providers();
   if (!list) return MAPI_E_END_OF_SESSION;
   if (!IsRoutable(size, entry)) return MAPI_E_INVALID_ENTRYID;
+  if (identity == Identity::kRefused && IsIdentity(size, entry)) return MAPI_E_INVALID_ENTRYID;
   return list->FindByUid(UidOf(entry), owner);
 }
 
@@ -66,13 +67,14 @@ HRESULT AddrBook::QueryInterface(const IID& iid, void** object) noexcept {
   return attached() ? ComObject::QueryInterface(iid, object) : MAPI_E_END_OF_SESSION;
 }
 
+// The operations that only forward a call touch nothing of the address book behind it: it may be gone then.
+
 HRESULT AddrBook::OpenEntry(ULONG size, ENTRYID* entry, const IID* iid, ULONG flags, ULONG* object_type,
                             IUnknown** object) noexcept {
   if (object != nullptr) *object = nullptr;
   if (entry == nullptr) return OpenRoot(object_type, object);
   ComPtr<ProviderEntry> owner;
-  if (attached() && IsRoutable(size, entry) && IsIdentity(size, entry)) return MAPI_E_INVALID_ENTRYID;
-  if (HRESULT hr = Route(size, entry, owner); Failed(hr)) return hr;
+  if (HRESULT hr = Route(size, entry, Identity::kRefused, owner); Failed(hr)) return hr;
   return call_out([&] { return owner->provider->OpenEntry(size, entry, iid, flags, object_type, object); });
 }
 
@@ -99,7 +101,7 @@ HRESULT AddrBook::Advise(ULONG size, ENTRYID* entry, ULONG event_mask, IMAPIAdvi
   if (!connections) return MAPI_E_END_OF_SESSION;
   if (size == 0 || entry == nullptr) return E_INVALIDARG;
   ComPtr<ProviderEntry> owner;
-  if (HRESULT hr = Route(size, entry, owner); Failed(hr)) return hr;
+  if (HRESULT hr = Route(size, entry, Identity::kRouted, owner); Failed(hr)) return hr;
   return connections->Advise(owner, size, entry, event_mask, sink, connection);
 }
 
@@ -120,9 +122,9 @@ HRESULT AddrBook::NewEntry(ULONG_PTR ui, ULONG flags, ULONG container_size, ENTR
   ComPtr<ProviderEntry> owner;
   HRESULT hr;
   if (container_size != 0 && container != nullptr) {
-    hr = Route(container_size, container, owner);
+    hr = Route(container_size, container, Identity::kRouted, owner);
   } else if (template_size != 0 && entry_template != nullptr) {
-    hr = Route(template_size, entry_template, owner);
+    hr = Route(template_size, entry_template, Identity::kRouted, owner);
   } else {
     hr = container == nullptr && entry_template == nullptr ? MAPI_E_NO_SUPPORT : E_INVALIDARG;
   }
@@ -137,9 +139,8 @@ HRESULT AddrBook::Details(ULONG_PTR* ui, DismissModelessFunction dismiss, void* 
                           ULONG flags) noexcept {
   if (!attached()) return MAPI_E_END_OF_SESSION;
   if (ui == nullptr) return E_INVALIDARG;
-  if (IsRoutable(size, entry) && IsIdentity(size, entry)) return MAPI_E_INVALID_ENTRYID;
   ComPtr<ProviderEntry> owner;
-  if (HRESULT hr = Route(size, entry, owner); Failed(hr)) return hr;
+  if (HRESULT hr = Route(size, entry, Identity::kRefused, owner); Failed(hr)) return hr;
   return call_out([&] {
     return owner->provider->Details(ui, dismiss, dismiss_context, size, entry, button, button_context, button_text,
                                     flags);
@@ -147,29 +148,31 @@ HRESULT AddrBook::Details(ULONG_PTR* ui, DismissModelessFunction dismiss, void* 
 }
 
 HRESULT AddrBook::GetPAB(ULONG* size, ENTRYID** entry) noexcept {
-  return GetDefaultContainer(*this, settings_, kPersonalAddressBook, size, entry);
+  return WhileKept([&] { return GetDefaultContainer(*this, settings_, kPersonalAddressBook, size, entry); });
 }
 
 HRESULT AddrBook::SetPAB(ULONG size, ENTRYID* entry) noexcept {
-  return SetDefaultContainer(*this, settings_, kPersonalAddressBook, size, entry);
+  return WhileKept([&] { return SetDefaultContainer(*this, settings_, kPersonalAddressBook, size, entry); });
 }
 
 HRESULT AddrBook::GetDefaultDir(ULONG* size, ENTRYID** entry) noexcept {
-  return GetDefaultContainer(*this, settings_, kDefaultDirectory, size, entry);
+  return WhileKept([&] { return GetDefaultContainer(*this, settings_, kDefaultDirectory, size, entry); });
 }
 
 HRESULT AddrBook::SetDefaultDir(ULONG size, ENTRYID* entry) noexcept {
-  return SetDefaultContainer(*this, settings_, kDefaultDirectory, size, entry);
+  return WhileKept([&] { return SetDefaultContainer(*this, settings_, kDefaultDirectory, size, entry); });
 }
 
 HRESULT AddrBook::GetSearchPath(ULONG, SRowSet** path) noexcept { return uab::GetSearchPath(settings_, path); }
 
-HRESULT AddrBook::SetSearchPath(ULONG, SRowSet* path) noexcept { return uab::SetSearchPath(*this, settings_, path); }
+HRESULT AddrBook::SetSearchPath(ULONG, SRowSet* path) noexcept {
+  return WhileKept([&] { return uab::SetSearchPath(*this, settings_, path); });
+}
 
 HRESULT AddrBook::PrepareRecips(ULONG flags, SPropTagArray* tags, ADRLIST* list) noexcept {
   if (!attached()) return MAPI_E_END_OF_SESSION;
   if (flags != 0 || list == nullptr) return E_INVALIDARG;
-  return PrepareRecipients(*this, tags, *list);
+  return WhileKept([&] { return PrepareRecipients(*this, tags, *list); });
 }
 
 }  // namespace uab

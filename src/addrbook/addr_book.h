@@ -91,7 +91,8 @@ class AddrBook final : public ComObject<AddrBook, IAddrBook, &IID_IMAPIProp, &II
  private:
   AddrBook() noexcept = default;
   HRESULT OpenRoot(ULONG* object_type, IUnknown** object) noexcept;
-  HRESULT Route(ULONG size, const ENTRYID* entry, ComPtr<ProviderEntry>& owner) noexcept;
+  enum class Identity { kRefused, kRouted };  // the session's own identifier
+  HRESULT Route(ULONG size, const ENTRYID* entry, Identity identity, ComPtr<ProviderEntry>& owner) noexcept;
 
   Settings settings_;
   ComPtr<ProviderList> providers_ UAB_GUARDED_BY(section_);  // null: not attached

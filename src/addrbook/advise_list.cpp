@@ -20,7 +20,7 @@ HRESULT AdviseList::Advise(const ComPtr<ProviderEntry>& owner, ULONG size, ENTRY
   return at_boundary([&]() -> HRESULT {
     // The record comes first: once the provider has agreed, nothing of ours can fail for want of memory.
     Connections made;
-    made.emplace(0, Connection{owner, 0});
+    made.emplace(0, Connection{});
     Connections::node_type node = made.extract(made.begin());
 
     // Providers may take the number for pointer-sized.
@@ -28,6 +28,10 @@ HRESULT AdviseList::Advise(const ComPtr<ProviderEntry>& owner, ULONG size, ENTRY
     HRESULT hr = call_out([&] { return owner->provider->Advise(size, entry, event_mask, sink, room); });
     if (Failed(hr)) return hr;
     node.mapped().number = room[0];
+    (void)node.mapped().provider.Obtain(owner, [&](IAddrBook** provider) -> HRESULT {
+      *provider = owner->provider.Copy();
+      return S_OK;
+    });
     {
       LockedScope scope(section_);
       if (!closed_) {
@@ -68,7 +72,7 @@ AdviseList::Connections::node_type AdviseList::TakeNewest() noexcept {
 
 void AdviseList::Withdraw(const Connection& connection) noexcept {
   // The connection is gone in any case.
-  (void)call_out([&] { return connection.owner->provider->Unadvise(connection.number); });
+  (void)call_out([&] { return connection.provider->Unadvise(connection.number); });
 }
 
 }  // namespace uab

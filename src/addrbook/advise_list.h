@@ -7,7 +7,7 @@
 
 #include "frame/com_object.h"
 #include "keluab/addrbook.h"
-#include "session/provider_entry.h"
+#include "session/provided_object.h"
 
 namespace uab {
 
@@ -31,7 +31,7 @@ class AdviseList final : public ComObject<AdviseList, IUnknown> {
 
  private:
   struct Connection {
-    ComPtr<ProviderEntry> owner;
+    Provided<IAddrBook> provider;
     ULONG number = 0;  // the provider's own
   };
   using Connections = std::map<ULONG, Connection>;

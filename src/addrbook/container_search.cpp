@@ -2,12 +2,10 @@
 
 #include "addrbook/addr_book.h"
 #include "addrbook/hierarchy.h"
-#include "addrbook/provider_calls.h"
+#include "session/provided_object.h"
 
 namespace uab {
 namespace {
-
-constexpr TagArray<1> kFlagsColumn = {1, {PR_CONTAINER_FLAGS}};
 
 bool HasFlags(const SPropValue& value, ULONG flags) noexcept {
   return value.ulPropTag == PR_CONTAINER_FLAGS && (value.Value.ul & flags) == flags;
@@ -23,19 +21,19 @@ SBinary IdentifierIn(const TableRow& row) noexcept {
 }  // namespace
 
 bool IsContainerWithFlags(AddrBook& address_book, ULONG flags, const SBinary& container) noexcept {
+  ComPtr<ProviderList> providers = address_book.providers();
   ULONG type = 0;
-  ComPtr<IMAPIProp> object;
-  if (Failed(OpenObject(address_book, container, &type, object))) return false;
-  ChainPtr<SPropValue> values;
-  ULONG count = 0;
-  (void)ReadProps(*object, kFlagsColumn.address(), MAPI_UNICODE, &count, values);
-  return count != 0 && HasFlags(*values.Get(), flags);
+  Provided<IMAPIProp> object;
+  if (!providers || Failed(OpenEntry(*providers, container, &type, object))) return false;
+  ChainPtr<SPropValue> found;
+  (void)GetOneProp(object.Get(), PR_CONTAINER_FLAGS, found);
+  return found && HasFlags(*found.Get(), flags);
 }
 
 HRESULT ContainerSearch::Open(AddrBook& address_book) noexcept {
   ComPtr<ProviderList> providers = address_book.providers();
   if (!providers) return MAPI_E_END_OF_SESSION;
-  return BuildHierarchy(address_book, *providers, MAPI_UNICODE | CONVENIENT_DEPTH, table_);
+  return BuildHierarchy(*providers, MAPI_UNICODE | CONVENIENT_DEPTH, table_);
 }
 
 SBinary ContainerSearch::Next(ULONG flags) noexcept {

@@ -9,7 +9,7 @@ namespace uab {
 
 class AddrBook;
 
-// Opens the container through the address book and looks for all the flags. Any failure is false.
+// Opens the container through its provider and looks for all the flags. Any failure is false, the session's end too.
 bool IsContainerWithFlags(AddrBook& address_book, ULONG flags, const SBinary& container) noexcept;
 
 // Walks the containers of the hierarchy, all levels, in its order.

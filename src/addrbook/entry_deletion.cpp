@@ -1,27 +1,23 @@
 #include "addrbook/entry_deletion.h"
 
-#include "addrbook/provider_calls.h"
 #include "addrbook/provider_groups.h"
 #include "props/prop_values.h"
+#include "session/provided_object.h"
 
 namespace uab {
 namespace {
 
-constexpr TagArray<1> kEntryIdColumn = {1, {PR_ENTRYID}};
-
 // The container that the provider reports as its top level, opened through the provider itself.
-HRESULT OpenTopLevel(IAddrBook& provider, ComPtr<IABContainer>& container) noexcept {
-  ChainPtr<SPropValue> values;
-  ULONG count = 0;
-  HRESULT hr = ReadProps(provider, kEntryIdColumn.address(), MAPI_UNICODE, &count, values);
+HRESULT OpenTopLevel(const ComPtr<ProviderEntry>& owner, Provided<IABContainer>& container) noexcept {
+  ChainPtr<SPropValue> id;
+  HRESULT hr = GetOneProp(owner->provider.Get(), PR_ENTRYID, id);
   if (Failed(hr)) return hr;
-  if (count == 0 || values->ulPropTag != PR_ENTRYID) return MAPI_E_NOT_FOUND;
-  return OpenContainer(provider, values->Value.bin, container);
+  return id ? OpenContainer(owner, id->Value.bin, container) : MAPI_E_NOT_FOUND;
 }
 
-void DeleteFrom(IAddrBook& provider, ENTRYLIST entries) noexcept {
-  ComPtr<IABContainer> container;
-  if (Failed(OpenTopLevel(provider, container))) return;
+void DeleteFrom(const ComPtr<ProviderEntry>& owner, ENTRYLIST entries) noexcept {
+  Provided<IABContainer> container;
+  if (Failed(OpenTopLevel(owner, container))) return;
   (void)call_out([&] { return container->DeleteEntries(&entries, 0); });
 }
 
@@ -37,10 +33,10 @@ HRESULT DeleteEntriesByProvider(ProviderList& providers, const ENTRYLIST& entrie
   if (Failed(hr)) return hr;
   for (std::size_t group = 0; !groups.is_last(group); ++group) {
     std::span<const ULONG> items = groups.items(group);
-    if (items.empty() || groups.provider(group) == nullptr) continue;
+    if (items.empty() || !groups.owner(group)) continue;
     SBinary* next = block.Get();
     for (auto item = items.rbegin(); item != items.rend(); ++item) *next++ = entries.lpbin[*item];
-    DeleteFrom(*groups.provider(group), {static_cast<ULONG>(items.size()), block.Get()});
+    DeleteFrom(groups.owner(group), {static_cast<ULONG>(items.size()), block.Get()});
   }
   return S_OK;
 }

@@ -18,6 +18,6 @@ inline constexpr TagArray<5> kHierarchyColumns = {
 // The result is what the provider asked last answered; if that is an error there is no table. Other providers that fail
 // contribute no row, and those that fail below their top level as many as they gave; a row that can't be added is
 // passed over. E_OUTOFMEMORY. MAPI_E_FOLDER_CYCLE: a provider hands out the merged hierarchy itself, level after level.
-HRESULT BuildHierarchy(IAddrBook& address_book, ProviderList& providers, ULONG flags, ComPtr<MemTable>& table) noexcept;
+HRESULT BuildHierarchy(ProviderList& providers, ULONG flags, ComPtr<MemTable>& table) noexcept;
 
 }  // namespace uab

@@ -5,8 +5,8 @@
 #include <span>
 #include <vector>
 
-#include "addrbook/entry_id.h"
 #include "platform/at_boundary.h"
+#include "session/entry_id.h"
 #include "session/provider_list.h"
 
 namespace uab {
@@ -28,9 +28,9 @@ class ProviderGroups : NonCopyable {
 
   std::size_t count() const noexcept { return providers_.size() + 1; }
 
-  // Null for the last group, and for an entry without a provider object. Kept while the groups live.
-  IAddrBook* provider(std::size_t group) const noexcept {
-    return group < providers_.size() ? providers_[group]->provider.Get() : nullptr;
+  // The group's entry; empty for the last group, and for an entry without a provider object.
+  ComPtr<ProviderEntry> owner(std::size_t group) const noexcept {
+    return !is_last(group) && providers_[group]->provider ? providers_[group] : ComPtr<ProviderEntry>();
   }
   bool is_last(std::size_t group) const noexcept { return group == providers_.size(); }
 

@@ -1,7 +1,5 @@
 #include "addrbook/recipient_groups.h"
 
-#include <algorithm>
-
 #include "addrbook/addr_book.h"
 #include "addrbook/provider_groups.h"
 #include "frame/allocation_chain.h"
@@ -28,7 +26,6 @@ class RecipientGroups : NonCopyable {
   HRESULT Make(ProviderList& providers, ADRLIST& list) {
     HRESULT hr = groups_.Make(providers, list.cEntries, [&](ULONG i) { return IdentifierOf(list.aEntries[i]); });
     if (Failed(hr)) return hr;
-    kept_.reserve(list.cEntries);
     parts_.resize(groups_.count());
     for (std::size_t group = 0; group < groups_.count(); ++group) {
       if (hr = FillPart(list, group); Failed(hr)) return hr;
@@ -40,9 +37,9 @@ class RecipientGroups : NonCopyable {
 
   HRESULT Complete(std::size_t group, SPropTagArray* tags) noexcept {
     if (groups_.is_last(group)) return tags == nullptr ? S_OK : MergeTags(group, *tags);
-    IAddrBook* provider = groups_.provider(group);
-    if (provider == nullptr) return S_OK;
-    HRESULT hr = call_out([&] { return provider->PrepareRecips(0, tags, parts_[group].Get()); });
+    const ComPtr<ProviderEntry> owner = groups_.owner(group);
+    if (!owner) return S_OK;
+    HRESULT hr = call_out([&] { return owner->provider->PrepareRecips(0, tags, parts_[group].Get()); });
     CheckPart(group);
     return hr;
   }
@@ -74,25 +71,18 @@ class RecipientGroups : NonCopyable {
     return S_OK;
   }
 
-  // The number of entries is not the provider's to change: a greater one is outside the block, and entries behind a
-  // smaller one are still recipients, unless the provider has moved their arrays forward.
+  // The number of entries is not the provider's to change: a greater one is outside the block, and what stands behind a
+  // smaller one may be gone.
   void CheckPart(std::size_t group) noexcept {
     ADRLIST& part = *parts_[group].Get();
-    std::span members(part.aEntries, groups_.items(group).size());
-    for (ADRENTRY& member : members) member = Checked(member);
-    if (part.cEntries < members.size()) {
-      kept_.clear();
-      for (const ADRENTRY& member : members.first(part.cEntries)) kept_.push_back(member.rgPropVals);
-      std::sort(kept_.begin(), kept_.end());
-      for (ADRENTRY& member : members.subspan(part.cEntries)) {
-        if (std::binary_search(kept_.begin(), kept_.end(), member.rgPropVals)) member = ADRENTRY{};
-      }
+    const std::size_t members = groups_.items(group).size();
+    for (std::size_t i = 0; i < members; ++i) {
+      part.aEntries[i] = i < part.cEntries ? Checked(part.aEntries[i]) : ADRENTRY{};
     }
   }
 
   ProviderGroups groups_;
   std::vector<ChainPtr<ADRLIST>> parts_;
-  std::vector<const SPropValue*> kept_;  // room for CheckPart
 };
 
 }  // namespace

@@ -12,7 +12,8 @@ class AddrBook;
 // provider after provider, those of no provider last, each group in its old order.
 //
 // The number of entries stays, and whatever a provider does to its part of the list, each recipient keeps its place
-// with the value array that its provider left there; an entry whose array is gone has no values. On an error (a
+// with the value array that its provider left there; an entry whose array is gone has no values, nor has one behind the
+// count when a provider lowers it. On an error (a
 // provider's, or MAPI_E_END_OF_SESSION: the session ended meanwhile) the list keeps its order, with the arrays that are
 // then valid. E_OUTOFMEMORY before the first provider is called: the list is as before.
 //

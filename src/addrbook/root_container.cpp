@@ -21,9 +21,10 @@ HRESULT RootContainer::Create(ComPtr<AddrBook> address_book, ComPtr<ProviderList
 }
 
 HRESULT RootContainer::OpenProperty(ULONG tag, const IID* iid, ULONG, ULONG flags, IUnknown** object) noexcept {
-  if (iid == nullptr || object == nullptr) return E_INVALIDARG;
-  *object = nullptr;
+  if (object != nullptr) *object = nullptr;
+  if (iid == nullptr) return E_INVALIDARG;
   if (tag != PR_CONTAINER_HIERARCHY || !(*iid == IID_IMAPITable)) return E_NOINTERFACE;
+  if (object == nullptr) return E_INVALIDARG;
   IMAPITable* table = nullptr;
   HRESULT hr = GetHierarchyTable(flags | MAPI_UNICODE, &table);
   *object = table;
@@ -39,10 +40,12 @@ HRESULT RootContainer::GetContentsTable(ULONG, IMAPITable** table) noexcept {
 HRESULT RootContainer::GetHierarchyTable(ULONG flags, IMAPITable** table) noexcept {
   if (table == nullptr) return E_INVALIDARG;
   *table = nullptr;
-  ComPtr<MemTable> built;
-  HRESULT hr = BuildHierarchy(*address_book_, *providers_, flags, built);
-  *table = built.Detach();
-  return hr;
+  return WhileKept([&] {
+    ComPtr<MemTable> built;
+    HRESULT hr = BuildHierarchy(*providers_, flags, built);
+    *table = built.Detach();
+    return hr;
+  });
 }
 
 HRESULT RootContainer::OpenEntry(ULONG size, ENTRYID* entry, const IID* iid, ULONG flags, ULONG* object_type,
@@ -64,8 +67,10 @@ HRESULT RootContainer::DeleteEntries(ENTRYLIST* entries, ULONG) noexcept {
   if (entries == nullptr) return E_INVALIDARG;
   if (entries->cValues == 0) return S_OK;
   if (entries->lpbin == nullptr) return E_INVALIDARG;
-  LockedScope scope(section_);
-  return DeleteEntriesByProvider(*providers_, *entries);
+  return WhileKept([&] {
+    LockedScope scope(section_);
+    return DeleteEntriesByProvider(*providers_, *entries);
+  });
 }
 
 HRESULT RootContainer::ResolveNames(SPropTagArray*, ULONG, ADRLIST* names, FLAGLIST*) noexcept {

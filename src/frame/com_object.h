@@ -18,6 +18,7 @@ class ComObject : public Interface, NonCopyable {
   HRESULT UAB_CALL QueryInterface(const IID& iid, void** object) noexcept override {
     if (object == nullptr) return E_INVALIDARG;
     *object = nullptr;
+    if (IsNull(iid)) return E_INVALIDARG;
     if (!((iid == IID_IUnknown) || ... || (iid == *kIids))) return E_NOINTERFACE;
     ComObject::AddRef();
     *object = static_cast<Interface*>(this);
@@ -38,6 +39,14 @@ class ComObject : public Interface, NonCopyable {
  protected:
   ComObject() noexcept = default;
   ~ComObject() = default;
+
+  // Runs the body of a slot that calls other people's code, which may give the object's last reference away: the object
+  // goes after the body, with all that the body holds.
+  template <typename Body>
+  HRESULT WhileKept(Body&& body) noexcept {
+    ComPtr<Object> self(static_cast<Object*>(this));
+    return body();
+  }
 
   Section section_;  // guards the count, and what the object says
 

@@ -77,13 +77,15 @@ HRESULT MsgServiceAdmin::CreateMsgService(WCHAR* service_name, WCHAR* display_na
   if ((flags & MAPI_UNICODE) == 0) return MAPI_E_BAD_CHARWIDTH;
   RowSetPtr rows;
   if (HRESULT hr = ReadServiceDefinitions(kServicesSection, rows); Failed(hr)) return hr;
-  LockedScope scope(section_);
-  SRow* row = FindService(*rows.Get(), service_name);
-  if (row == nullptr) return MAPI_E_NOT_FOUND;
-  WCHAR*& name = row->lpProps[kDisplayNameValue].Value.lpszW;
-  if (name == nullptr) name = display_name;
-  row->lpProps[kResourceFlagsValue].Value.ul |= resource_flags;
-  return AddServiceInstance(*row, ui, flags, creation_text);
+  return WhileKept([&]() -> HRESULT {
+    LockedScope scope(section_);
+    SRow* row = FindService(*rows.Get(), service_name);
+    if (row == nullptr) return MAPI_E_NOT_FOUND;
+    WCHAR*& name = row->lpProps[kDisplayNameValue].Value.lpszW;
+    if (name == nullptr) name = display_name;
+    row->lpProps[kResourceFlagsValue].Value.ul |= resource_flags;
+    return AddServiceInstance(*row, ui, flags, creation_text);
+  });
 }
 
 HRESULT MsgServiceAdmin::AddServiceInstance(SRow& row, ULONG_PTR ui, ULONG flags, WCHAR* creation_text) noexcept {

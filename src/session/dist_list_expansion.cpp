@@ -7,10 +7,10 @@
 
 #include "frame/allocation_chain.h"
 #include "platform/at_boundary.h"
-#include "platform/com_ptr.h"
 #include "platform/noncopyable.h"
 #include "props/prop_values.h"
 #include "session/id_set.h"
+#include "session/provided_object.h"
 
 namespace uab {
 namespace {
@@ -26,7 +26,7 @@ bool IsDistList(const SPropValue* object_type) noexcept {
 
 class Expansion : NonCopyable {
  public:
-  explicit Expansion(IAddrBook& address_book) noexcept : address_book_(address_book) {}
+  explicit Expansion(ProviderList& providers) noexcept : providers_(providers) {}
   ~Expansion();  // frees the users that were not handed over
 
   HRESULT Run(ADRLIST& list);
@@ -43,9 +43,8 @@ class Expansion : NonCopyable {
   HRESULT AddUser(ULONG& count, SPropValue*& values);
   HRESULT AddDistList(ULONG count, SPropValue* values);
   HRESULT Expand(const SBinary& id, LONG recipient_type);
-  HRESULT OpenContents(const SBinary& id, ComPtr<IUnknown>& object, ComPtr<IMAPITable>& table) noexcept;
 
-  IAddrBook& address_book_;
+  ProviderList& providers_;
   std::vector<ADRENTRY> users_;
   IdSet user_ids_;
   std::vector<DistList> lists_;
@@ -117,34 +116,23 @@ HRESULT Expansion::AddDistList(ULONG count, SPropValue* values) {
   return S_OK;
 }
 
-HRESULT Expansion::OpenContents(const SBinary& id, ComPtr<IUnknown>& object, ComPtr<IMAPITable>& table) noexcept {
-  ULONG type = 0;
-  HRESULT hr = call_out([&] {
-    return address_book_.OpenEntry(id.cb, reinterpret_cast<ENTRYID*>(id.lpb), nullptr, 0, &type, object.Put());
-  });
-  if (Failed(hr)) return hr;
-  if (!object) return E_FAIL;
-  // An object that says what it is, and is something else, has no such slot. Many leave the type out.
-  if (type != 0 && type != MAPI_DISTLIST && type != MAPI_ABCONT) return MAPI_E_INVALID_OBJECT;
-  hr =
-      call_out([&] { return static_cast<IMAPIContainer*>(object.Get())->GetContentsTable(MAPI_UNICODE, table.Put()); });
-  return Succeeded(hr) && !table ? E_FAIL : hr;
-}
-
 HRESULT Expansion::Expand(const SBinary& id, LONG recipient_type) {
   static constexpr TagArray<5> kColumns = {5, {PR_ENTRYID, PR_NULL, PR_DISPLAY_NAME_W, PR_ADDRTYPE_W, PR_OBJECT_TYPE}};
-  ComPtr<IUnknown> object;
-  ComPtr<IMAPITable> table;
-  if (HRESULT hr = OpenContents(id, object, table); Failed(hr)) return hr;
-  HRESULT hr = call_out([&]() -> HRESULT {
+  Provided<IABContainer> container;
+  if (HRESULT hr = OpenContainer(providers_, id, container); Failed(hr)) return hr;
+  Provided<IMAPITable> table;
+  HRESULT hr = table.ObtainFrom(container, [](IABContainer& from, IMAPITable** contents) {
+    return from.GetContentsTable(MAPI_UNICODE, contents);
+  });
+  if (Failed(hr)) return hr;
+  hr = call_out([&]() -> HRESULT {
     HRESULT result = table->SetColumns(kColumns.address(), 0);
     return Failed(result) ? result : table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr);
   });
   while (Succeeded(hr)) {
     RowSetPtr rows;  // frees what nobody takes out of it
-    hr = call_out([&] { return table->QueryRows(1, 0, rows.Put()); });
-    if (Failed(hr)) return hr;
-    if (!rows || rows->cRows == 0) return S_OK;
+    hr = ReadRows(table.Get(), kColumns.cValues, rows);
+    if (Failed(hr) || !rows) return hr;
     for (ULONG i = 0; i < rows->cRows && Succeeded(hr); ++i) hr = AddMember(rows->aRow[i], recipient_type);
   }
   return hr;
@@ -170,8 +158,8 @@ HRESULT Expansion::HandOver(HRESULT hr, ADRLIST*& list) noexcept {
 
 }  // namespace
 
-HRESULT ReplaceDistLists(IAddrBook& address_book, ADRLIST*& list) noexcept {
-  Expansion expansion(address_book);
+HRESULT ReplaceDistLists(ProviderList& providers, ADRLIST*& list) noexcept {
+  Expansion expansion(providers);
   HRESULT hr = at_boundary([&] { return expansion.Run(*list); });
   return expansion.HandOver(hr, list);
 }

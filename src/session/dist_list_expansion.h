@@ -2,8 +2,7 @@
 // One thread at a time; the session calls it under its lock.
 #pragma once
 
-#include "keluab/addrbook.h"
-#include "platform/win32.h"
+#include "session/provider_list.h"
 
 namespace uab {
 
@@ -12,12 +11,11 @@ namespace uab {
 // fit and nothing failed; otherwise it is freed and replaced, by null when there is no memory. Linear in entries and
 // members.
 //
-// Lists are opened and read through address_book. A failure ends the expansion, and list is then what was gathered
-// before it: MAPI_E_MISSING_REQUIRED_COLUMN: an entry or a member lacks a property that it needs.
-// MAPI_E_INVALID_OBJECT: what was opened is neither a list nor a container. E_FAIL: null in place of an object or
-// table. E_OUTOFMEMORY. Whatever the address book answers.
+// Lists are opened and read through the providers that own them. A failure ends the expansion, and list is then what
+// was gathered before it: MAPI_E_MISSING_REQUIRED_COLUMN: an entry or a member lacks a property that it needs. Errors
+// of OpenContainer. E_FAIL: null in place of a table. E_OUTOFMEMORY. Whatever a provider answers.
 //
 // REQUIRES: list has an entry.
-HRESULT ReplaceDistLists(IAddrBook& address_book, ADRLIST*& list) noexcept;
+HRESULT ReplaceDistLists(ProviderList& providers, ADRLIST*& list) noexcept;
 
 }  // namespace uab

@@ -52,7 +52,8 @@ HRESULT LoadProviderLibrary(const Service& service, ProviderEntry& entry) noexce
   return S_OK;
 }
 
-// What the provider registers, and the object that it stores, belong to the entry, also when it fails.
+// What the provider registers belongs to the entry. What a failing one stores is not looked at: it may have released
+// the object itself.
 HRESULT OpenProvider(IMsgServiceAdmin& admin, ProviderEntry& entry, const LogonArguments& arguments) noexcept {
   ComPtr<ProviderSupport> support;
   if (HRESULT hr = entry.MakeSupport(support); Failed(hr)) return hr;
@@ -60,11 +61,14 @@ HRESULT OpenProvider(IMsgServiceAdmin& admin, ProviderEntry& entry, const LogonA
   if (HRESULT hr = admin.OpenProfileSection(&entry.service_uid, nullptr, MAPI_MODIFY, section.Put()); Failed(hr)) {
     return hr;
   }
-  return call_out([&] {
+  IAddrBook* provider = nullptr;
+  HRESULT hr = call_out([&] {
     return entry.open_routine(arguments.app_key, arguments.resources, support.Get(), section.Get(),
                               arguments.caller_param, arguments.flags | MAPI_UNICODE, &UABAllocateBuffer,
-                              &UABAllocateMore, &UABFreeBuffer, entry.provider.Put(), HostValue());
+                              &UABAllocateMore, &UABFreeBuffer, &provider, HostValue());
   });
+  if (Succeeded(hr)) entry.provider = ComPtr<IAddrBook>::Attach(provider);
+  return hr;
 }
 
 HRESULT LoadProvider(IMsgServiceAdmin& admin, ProviderList& list, const SRow& row,

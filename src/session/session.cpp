@@ -59,10 +59,11 @@ HRESULT UABSession::OpenAddressBook(ULONG flags, IAddrBook** address_book) noexc
 HRESULT UABSession::ExpandDistLists(ULONG flags, ADRLIST** list) noexcept {
   if (list == nullptr || *list == nullptr || (*list)->cEntries == 0) return E_INVALIDARG;
   if (flags != 0) return MAPI_E_UNKNOWN_FLAGS;
-  ComPtr<UABSession> self(this);  // whatever a provider releases meanwhile
-  LockedScope scope(section_);
-  if (!address_book_) return E_ACCESSDENIED;
-  return ReplaceDistLists(*address_book_, *list);
+  return WhileKept([&]() -> HRESULT {
+    LockedScope scope(section_);
+    if (!address_book_) return E_ACCESSDENIED;
+    return ReplaceDistLists(*providers_, *list);
+  });
 }
 
 HRESULT UABSession::QueryIdentity(ULONG* size, ENTRYID** entry) noexcept {

@@ -1,5 +1,7 @@
 #include "addrbook/address_book_fixture.h"
 
+#include "support/enlist.h"
+
 namespace uab {
 
 void AddressBookTest::SetUp() {
@@ -22,15 +24,7 @@ void AddressBookTest::LogOn() {
   LogOff();
   book_.Reset();
   ASSERT_EQ(ProviderList::Create(providers_), S_OK);
-  for (FakeProvider* provider : {&b_, &a_}) {
-    ComPtr<ProviderEntry> entry;
-    ComPtr<ProviderSupport> support;
-    ASSERT_EQ(ProviderEntry::Create(*providers_, entry), S_OK);
-    ASSERT_EQ(entry->MakeSupport(support), S_OK);
-    ASSERT_EQ(support->SetProviderUID(&provider->uid, 0), S_OK);
-    entry->provider = ComPtr<IAddrBook>(provider);
-    ASSERT_EQ(providers_->PushFront(std::move(entry)), S_OK);
-  }
+  for (FakeProvider* provider : {&b_, &a_}) ASSERT_EQ(Enlist(*providers_, *provider), S_OK);
   ASSERT_EQ(AddrBook::Create(providers_, kAppKey, kProfile, book_), S_OK);
 }
 

@@ -19,6 +19,7 @@ class AdviseListTest : public AddressBookTest {
 TEST_F(AdviseListTest, NumbersRiseAndTheSessionsEndWithdrawsTheNewestFirst) {
   EXPECT_EQ(Advise('A'), 1u);
   EXPECT_EQ(Advise('B'), 2u);
+  EXPECT_EQ(a_.held(), 2u) << "by the list, and by the connection";
   TakeLog();
   EXPECT_EQ(book_->Unadvise(1), S_OK);
   EXPECT_EQ(TakeLog(), Log{"A.Unadvise 100"});

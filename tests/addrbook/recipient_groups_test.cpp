@@ -103,7 +103,7 @@ TEST_F(PrepareRecipsTest, AFailureKeepsEveryRecipientWithItsValidArray) {
 
 TEST_F(PrepareRecipsTest, AProviderDoesNotChangeTheNumberOfRecipients) {
   const std::pair<void (*)(ADRLIST*), const char*> cases[] = {
-      {[](ADRLIST* part) { part->cEntries = 0; }, "1234"},
+      {[](ADRLIST* part) { UABFreeBuffer(part->aEntries[--part->cEntries].rgPropVals); }, "12?4"},
       {[](ADRLIST* part) { part->cEntries = 0xFFFFFFFF; }, "1234"},
       {[](ADRLIST* part) { UABFreeBuffer(std::exchange(part->aEntries[1].rgPropVals, nullptr)); }, "1?34"},
       {[](ADRLIST* part) {  // closes the gap

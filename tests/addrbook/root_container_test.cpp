@@ -46,6 +46,10 @@ TEST_F(RootContainerTest, HierarchyMergesTheProvidersInListOrder) {
   ULONG rows = 0;
   EXPECT_EQ(table->GetRowCount(0, &rows), S_OK);
   EXPECT_EQ(rows, 6u);
+  for (FakeProvider* provider : {&a_, &b_}) provider->root().type = 0;  // many leave it out
+  EXPECT_EQ(Hierarchy(kDeep), "a:0 a1:1 a2:1 b:0 b1:1 b2:1");
+  EXPECT_EQ(root_->OpenProperty(PR_CONTAINER_CONTENTS, &IID_IMAPITable, 0, 0, nullptr), E_NOINTERFACE);
+  EXPECT_EQ(root_->OpenProperty(PR_CONTAINER_HIERARCHY, &IID_IMAPITable, 0, 0, nullptr), E_INVALIDARG);
 }
 
 TEST_F(RootContainerTest, TheLastProviderDecidesWhetherTheHierarchyFails) {
@@ -96,6 +100,9 @@ TEST_F(RootContainerTest, RowsOfProvidersAreNotTrusted) {
     EXPECT_EQ(Hierarchy(kDeep), c.names);
   }
   calls_.spoil = nullptr;
+  calls_.claimed_rows = 0x7FFFFFFF;
+  EXPECT_EQ(Hierarchy(kDeep), "a:0 a1:1 a2:1 b:0 b1:1 b2:1");
+  calls_.claimed_rows = 0;
   calls_.DoBadly(1, Misdeed::kNothing, true);
   EXPECT_EQ(Hierarchy(kDeep), "");
   calls_.DoBadly(0);

@@ -30,6 +30,8 @@ static void look_at_unknown(void* object, const guid* const* iids) {
   void* other = NULL;
   EXPECT(SLOT(object, 1, P(&kUnknown), 0) == INVALIDARG);
   other = object;
+  EXPECT(SLOT(object, 1, 0, P(&other)) == INVALIDARG && other == NULL);
+  other = object;
   EXPECT(SLOT(object, 1, P(&kStranger), P(&other)) == NOINTERFACE && other == NULL);
   for (; *iids != NULL; ++iids) {
     EXPECT(SLOT(object, 1, P(*iids), P(&other)) == OK && other == object);

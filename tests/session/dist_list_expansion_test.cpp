@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "session/staged_world.h"
+#include "support/enlist.h"
 #include "support/heap_watch.h"
 
 namespace uab {
@@ -59,6 +60,7 @@ void SpoilRow(const std::string& word, SPropValue*& values, ULONG& count) {
   if (word == "?none") count = 0;
   if (word == "?one") count = 1;
   if (word == "?two") count = 2;
+  if (word == "?many") count = 0xFFFFFFFFu;
 }
 
 using Lists = std::map<std::string, std::string>;
@@ -72,7 +74,9 @@ struct Directory : FakeProvider {
     }
   }
   HRESULT Replace(AdrListPtr& list) {
-    return ReplaceIn(list, [&](ADRLIST*& raw) { return ReplaceDistLists(*this, raw); });
+    ComPtr<ProviderList> providers;
+    if (Failed(ProviderList::Create(providers)) || Failed(Enlist(*providers, *this))) return E_FAIL;
+    return ReplaceIn(list, [&](ADRLIST*& raw) { return ReplaceDistLists(*providers, raw); });
   }
 };
 
@@ -97,6 +101,7 @@ void Check(const Case& c, void (*prepare)(Directory&) = nullptr) {
     EXPECT_EQ(hr, c.result) << std::hex << hr;
     EXPECT_EQ(Words(list.Get()), c.output);
     EXPECT_TRUE(Failed(hr) || list->cEntries > room || list.Get() == before) << "reused when all fit";
+    for (ULONG i = 0; list && i < list->cEntries; ++i) EXPECT_LE(list->aEntries[i].cValues, 5u);
   }
   EXPECT_EQ(watch.live(), 0u) << watch.Describe();
   EXPECT_EQ(directory.held(), 0u);
@@ -116,6 +121,7 @@ TEST(DistListExpansion, ReplacesListsByTheirMembers) {
       {"@f:1 @g:2", {{"@f", "@g ann"}, {"@g", "@f bob"}}, "ann:1 bob:2"},                    // and in each other
       // Odd rows are taken for what they are.
       {"@f:1", {{"@f", "?two ann"}}, "?two:1 ann:1"},  // no type: a user
+      {"@f:1", {{"@f", "?many ann"}}, "?many:1 ann:1"},
       {"@f:1", {{"@f", "?id-null ann"}}, "~:1 ann:1"},
   };
   for (const Case& c : cases) Check(c);
@@ -129,6 +135,8 @@ TEST(DistListExpansion, ReplacesListsByTheirMembers) {
   Check({"@f:1", lists, expanded.c_str()});
   Check({"@f:1", {{"@f", "ann bob eve"}}, "ann:1 bob:1 eve:1"},
         [](Directory& directory) { directory.calls->surplus_rows = 1; });
+  Check({"@f:1", {{"@f", "ann bob eve"}}, "ann:1 bob:1 eve:1"},
+        [](Directory& directory) { directory.calls->claimed_rows = 0x7FFFFFFF; });
   Check({"@f:1 ann:1", {{"@f", "bob"}}, "ann:1 bob:1"}, [](Directory& directory) { directory.At("@f").type = 0; });
 }
 

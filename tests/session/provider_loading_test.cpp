@@ -142,8 +142,8 @@ TEST_F(ProviderLoading, AProviderThatDoesNotOpenUnloadsTheOthers) {
     const char* events;
   } cases[] = {
       {kFakeFailure, false, kFakeFailure, "O0O1U1R0U0"},
-      {kFakeFailure, true, kFakeFailure, "O0O1R1U1R0U0"},  // its object goes before its library
-      {ProviderStage::kThrow, true, E_FAIL, "O0O1R1U1R0U0"},
+      {kFakeFailure, true, kFakeFailure, "O0O1U1R0U0"},  // what it leaves behind may be gone
+      {ProviderStage::kThrow, true, E_FAIL, "O0O1U1R0U0"},
   };
   world.roles[0].keeps_section = true;
   for (const auto& c : cases) {

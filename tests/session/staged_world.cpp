@@ -65,7 +65,7 @@ HRESULT StagedWorld::Open(int number, const Opening& opening) {
   }
   if (role.has_object) {
     if (role.keeps_section) role.section = ComPtr<IMAPIProp>(opening.section);
-    providers[number].AddRef();
+    if (Succeeded(role.answer)) providers[number].AddRef();
     *opening.provider = &providers[number];
   }
   return role.answer;
