@@ -84,6 +84,7 @@ struct IMsgServiceAdmin : IUnknown {
   // 6. Adds the service that the definition file's "Services" section names, calls its library with MSG_SERVICE_CREATE
   // and, for a creation text that is not empty, again with MSG_SERVICE_CREATE_TEXT. display_name is used if the file
   // gives none; resource_flags are added to the file's. A failure leaves no service behind.
+  //
   // E_INVALIDARG: service_name or display_name null. MAPI_E_BAD_CHARWIDTH: flags without MAPI_UNICODE. Errors of the
   // definition file. MAPI_E_NOT_FOUND: not in the file, or its library can't be loaded, or the file names none.
   // MAPI_E_COLLISION: a second one with SERVICE_SINGLE_COPY. E_FAIL: the library lacks the entry point, or the file
@@ -96,10 +97,13 @@ struct IMsgServiceAdmin : IUnknown {
 
   // 8. Without SERVICE_UI_ALWAYS and SERVICE_UI_ALLOWED: stores the values as the service's settings; no library is
   // loaded, *section is not touched. E_INVALIDARG: no values. MAPI_E_NO_SUPPORT: a multi-valued type that is none.
-  // Other errors as in SaveChanges of IProfSect. With either: calls the service's library with MSG_SERVICE_CONFIGURE
-  // and *section, which is opened first if it is null (uid is looked at only then). The caller releases it in any case,
-  // also after a failure. MAPI_E_NOT_FOUND: no such service, or its library can't be loaded. MAPI_E_INVALID_OBJECT: the
-  // section names no library or no entry point. E_FAIL: the library lacks the entry point. Otherwise what it answers.
+  // Other errors as in SaveChanges of IProfSect.
+  //
+  // With either: calls the service's library with MSG_SERVICE_CONFIGURE and *section, which is opened first if it is
+  // null (uid is looked at only then). The caller releases it in any case, also after a failure. MAPI_E_NOT_FOUND: no
+  // such service, or its library can't be loaded. MAPI_E_INVALID_OBJECT: the section names no library or no entry
+  // point. E_FAIL: the library lacks the entry point. Otherwise what it answers.
+  //
   // Common to both, in this order: E_INVALIDARG: uid null. MAPI_E_BAD_CHARWIDTH. E_INVALIDARG: section null.
   virtual HRESULT UAB_CALL ConfigureMsgService(MAPIUID* uid, ULONG_PTR ui, ULONG flags, ULONG count, SPropValue* values,
                                                IMAPIProp** section) = 0;

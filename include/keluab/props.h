@@ -51,6 +51,7 @@ struct IMAPIProp : IUnknown {
   // 9. Stores copies of the values, which stay the caller's. One replaces the property of the same identifier, whatever
   // its type. PR_NULL and PT_ERROR values are passed over; no values at all is S_OK. E_INVALIDARG: values null with a
   // count. E_OUTOFMEMORY: no room for the problems; nothing is set.
+  //
   // A value that is refused is a problem, the result still S_OK. E_ACCESSDENIED: PT_OBJECT. MAPI_E_COMPUTED: an
   // identifier that callers may not write. MAPI_E_NO_SUPPORT: a multi-valued type that is none. E_INVALIDARG: elements
   // counted without an array. E_OUTOFMEMORY. problems may be null; otherwise it receives null or an array that the
@@ -65,6 +66,7 @@ struct IMAPIProp : IUnknown {
   // iid names. Binary, multi-valued binary, object and error values never travel. flags: MAPI_UNICODE, MAPI_NOREPLACE.
   // ui, progress and the excluded interfaces take no part. problems, which may be null, receives null or those of the
   // destination's SetProps; the caller frees them with UABFreeBuffer.
+  //
   // A profile section's errors, besides those of the two objects' slots: E_INVALIDARG: iid or destination null, or
   // nothing is left to copy. MAPI_E_BAD_CHARWIDTH: flags without MAPI_UNICODE. E_NOINTERFACE: iid neither IMAPIProp nor
   // IProfSect, or the destination has no IMAPIProp. E_FAIL: with MAPI_NOREPLACE, the destination gives another number

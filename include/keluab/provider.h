@@ -34,11 +34,13 @@ struct IUABSupport : IUnknown {
   // multi-valued binary, object and error values never travel: no PR_ENTRYID, no PR_SEARCH_KEY. Members that fail end
   // their own list and are not reported: the result is still S_OK, and part of the members is missing. Entries made
   // before a failure stay.
+  //
   // Interfaces are named by their identifiers: IMAPIProp, IProfSect, IMailUser, IDistList, IABContainer; IMAPIContainer
   // as a source only, and without contents. flags: MAPI_UNICODE, MAPI_NOREPLACE (for the two objects, not for members).
   // ui, progress and the excluded interfaces take no part. Property lists, those of lists among the members too, are
   // asked for with the caller's MAPI_UNICODE and no other bit. problems may be null; otherwise it receives null or the
   // destination's, which the caller frees with UABFreeBuffer, also after a failure.
+  //
   // E_INVALIDARG: a null interface or object. E_NOINTERFACE: another interface. MAPI_E_NOT_FOUND: an object without
   // PR_ENTRYID, such as a profile section, which has a CopyTo of its own. E_ACCESSDENIED: both are the same entry.
   // MAPI_E_NO_SUPPORT: the destination is an IMAPIContainer, or contents are wanted of a source that is neither
@@ -70,8 +72,8 @@ struct IUABSupport : IUnknown {
 //   host_value          the first host_param that was not 0
 // A failure is the result of UABOpen; what was left in provider is then neither looked at nor released: release it
 // yourself, or leave null. Success without an object is accepted: identifiers that only this service registered are
-// E_ACCESSDENIED. Of a row or row set that a provider hands out, the library uses the columns and rows that it asked
-// for, and no more than the block has room for.
+// E_ACCESSDENIED. Of a row that a provider hands out the library uses no more columns than it asked for, and of a row
+// set no more rows than the set's block has room for.
 using ABProviderOpenFunction = HRESULT(UAB_CALL*)(WCHAR* app_key, HINSTANCE resources, IUABSupport* support,
                                                   IMAPIProp* section, ULONG_PTR caller_param, ULONG flags,
                                                   UABAllocateBufferFunction allocate_buffer,
