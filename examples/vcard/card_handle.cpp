@@ -105,8 +105,9 @@ HRESULT CardHandle::Collect(const SPropTagArray* tags, Properties& properties) c
 }
 
 HRESULT CardHandle::Set(ULONG count, const SPropValue* values, SPropProblemArray** out) {
+  if (count == 0) return HandOverProblems(folder_->memory(), {}, out);
   if (!writable_) return E_ACCESSDENIED;
-  if (values == nullptr && count != 0) return E_INVALIDARG;
+  if (values == nullptr) return E_INVALIDARG;
   const bool other_type = NamesOtherType(count, values);
   std::vector<SPropProblem> problems;
   std::vector<Property> accepted;

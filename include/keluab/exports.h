@@ -34,28 +34,39 @@ extern "C" {
 
 // Logs on to a profile: loads its providers and makes a session, all or nothing.
 //   app_key        names the profiles: "Software\Ostrel\QUILLDOC\<app_key>\UAB Profiles" of the current user. Kept by
-//                  pointer in every object made from it: it must outlive them.
-//   resources      the module with the dialog templates; handed to every provider
-//   caller_param   handed, unread, to every provider
+//                  pointer in every object made from it: it must outlive them. It and the profile's name together
+//                  have room for 89 characters.
+//   resources      the host's module: handed, unread, to every provider, and by AdminServices of the session to every
+//                  service library
+//   caller_param   handed, unread, to every provider, and to nobody else
 //   profile_name   which profile; may be null or empty with UAB_DEFAULT_PROFILE
-//   flags          MAPI_UNICODE, UAB_DEFAULT_PROFILE, UAB_LOGON_UNKNOWN_FLAGS; handed to every provider
+//   flags          MAPI_UNICODE, UAB_DEFAULT_PROFILE, UAB_LOGON_UNKNOWN_FLAGS; all handed to every provider
 //   reserved1..3   null
 //   address_book   null, or receives the session's address book
 //   session        receives the session; the caller releases both
-//   host_param     the first one that is not 0 stays for the life of the library in the process: the host value,
-//   handed,
-//                  unread, to every provider and service library. Taken before anything is checked.
+//   host_param     the host value, handed, unread, to every provider and service library. The first one that is not 0
+//                  stays for the life of the library in the process. Taken before anything is checked.
+//
 // Errors, in this order: E_INVALIDARG: session null. MAPI_E_BAD_CHARWIDTH: flags without MAPI_UNICODE.
-// MAPI_E_NO_SUPPORT: a reserved parameter not null. MAPI_E_LOGON_FAILED (or MAPI_E_UNKNOWN_FLAGS, see the flags): no
-// such profile. MAPI_E_NOT_FOUND: a provider's library can't be loaded. E_FAIL: it lacks an entry point, or a registry
-// call failed. Whatever else a provider answers. On failure neither out parameter is written.
+// MAPI_E_NO_SUPPORT: a reserved parameter not null. E_INVALIDARG: app_key null, empty or too long. MAPI_E_LOGON_FAILED
+// (or MAPI_E_UNKNOWN_FLAGS, see the flags): no such profile. For the services in their order: MAPI_E_INVALID_OBJECT:
+// one is stored without an identifier of 16 bytes, a library or an entry point. MAPI_E_NOT_FOUND: its library can't be
+// loaded, or it was removed meanwhile. E_FAIL: its library lacks one of the two entry points. Whatever its provider
+// answers. At any time E_OUTOFMEMORY, and E_FAIL: a registry call failed. On failure neither out parameter is written.
+//
+// Providers run on the caller's thread with no lock held. Waits at most ten seconds for the lock of all processes, then
+// reads without it.
 UAB_EXPORT uab::HRESULT UAB_CALL UABOpen(uab::WCHAR* app_key, uab::HINSTANCE resources, uab::ULONG_PTR caller_param,
                                          uab::WCHAR* profile_name, uab::ULONG flags, void* reserved1, void* reserved2,
                                          void* reserved3, uab::IAddrBook** address_book, uab::IUABSession** session,
                                          uab::ULONG_PTR host_param);
 
-// Makes the profile administration object; the caller releases it. app_key, resources and host_param as above.
-// Errors, in this order: E_INVALIDARG: admin null. MAPI_E_BAD_CHARWIDTH: flags without MAPI_UNICODE. E_OUTOFMEMORY.
+// Makes the profile administration object; the caller releases it. app_key and host_param as above, but a key that is
+// null, empty or too long is accepted: the object's operations then answer E_INVALIDARG. resources is the module with
+// the template of the message service dialog, and is handed to every service library.
+//
+// Errors, in this order: E_INVALIDARG: admin null. MAPI_E_BAD_CHARWIDTH: flags without MAPI_UNICODE. E_OUTOFMEMORY. On
+// failure admin is not written.
 UAB_EXPORT uab::HRESULT UAB_CALL UABAdminProfiles(uab::WCHAR* app_key, uab::HINSTANCE resources, uab::ULONG flags,
                                                   uab::IProfAdmin** admin, uab::ULONG_PTR host_param);
 

@@ -1,5 +1,5 @@
 // What a provider tells a watcher: IMAPIAdviseSink::OnNotify receives an array of these, which stays the provider's and
-// is valid during the call only. This library hands it through unread.
+// is valid during the call only. It goes from the provider to the host's watcher directly: this library never sees it.
 #pragma once
 
 #include <cstddef>

@@ -49,7 +49,7 @@ class Counted : public Interface {
 #define UAB_REFUSE(slot) \
   HRESULT UAB_CALL slot override { return MAPI_E_NO_SUPPORT; }
 
-// Slots 4 to 14 of an IMAPIProp.
+// Slots 4 to 14 of an IMAPIProp. To set nothing at all succeeds: a copying without values ends with that call.
 template <typename Base>
 struct RefusingProp : Base {
   using Base::Base;
@@ -58,7 +58,10 @@ struct RefusingProp : Base {
   UAB_REFUSE(GetProps(SPropTagArray*, ULONG, ULONG*, SPropValue**))
   UAB_REFUSE(GetPropList(ULONG, SPropTagArray**))
   UAB_REFUSE(OpenProperty(ULONG, const IID*, ULONG, ULONG, IUnknown**))
-  UAB_REFUSE(SetProps(ULONG, SPropValue*, SPropProblemArray**))
+  HRESULT UAB_CALL SetProps(ULONG count, SPropValue*, SPropProblemArray** problems) override {
+    if (problems != nullptr) *problems = nullptr;
+    return count == 0 ? S_OK : MAPI_E_NO_SUPPORT;
+  }
   UAB_REFUSE(DeleteProps(SPropTagArray*, SPropProblemArray**))
   UAB_REFUSE(CopyTo(ULONG, const IID*, SPropTagArray*, ULONG_PTR, IMAPIProgress*, const IID*, void*, ULONG,
                     SPropProblemArray**))

@@ -86,8 +86,8 @@ inline constexpr ULONG PR_SERVICE_UID = 0x3D0C0102;
 inline constexpr ULONG PR_SERVICE_SUPPORT_FILES_W = 0x3D0F101F;
 inline constexpr ULONG PR_SERVICE_DELETE_FILES_W = 0x3D10101F;
 
-// The address book file name that a service library keeps in its profile section; the message service dialog copies it
-// into the registry.
+// The address book file name that a service library keeps in its profile section. The message service dialog writes it
+// to the registry at OK: see IProfAdmin in keluab/admin.h.
 inline constexpr ULONG UAB_PR_FILE_NAME_W = 0x6600001F;
 
 }  // namespace uab

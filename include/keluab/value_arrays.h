@@ -31,35 +31,90 @@ inline const SPropValue* FindValue(const ADRENTRY& values, ULONG tag) noexcept {
   return nullptr;
 }
 
-// Appends a copy to an array that has room, its data linked to the array. E_OUTOFMEMORY. MAPI_E_NO_SUPPORT: a value
-// that is neither a number nor one text or one run of bytes.
+// Replaces a pointer to size bytes by one to a copy that is linked to a head; null stays null. E_OUTOFMEMORY.
+template <typename T>
+HRESULT LinkCopy(const MemoryRoutines& memory, void* head, std::size_t size, T*& data) noexcept {
+  if (data == nullptr) return S_OK;
+  if (size > 0xFFFFFFFF) return E_OUTOFMEMORY;
+  void* copy = nullptr;
+  if (HRESULT hr = memory.allocate_more(static_cast<ULONG>(size), head, &copy); Failed(hr)) return hr;
+  data = static_cast<T*>(std::memcpy(copy, data, size));
+  return S_OK;
+}
+
+// The same for a text and for bytes, of which there are none where the pointer is null.
+template <typename Char>
+HRESULT LinkText(const MemoryRoutines& memory, void* head, Char*& text) noexcept {
+  if (text == nullptr) return S_OK;
+  return LinkCopy(memory, head, sizeof(Char) * (std::basic_string_view<Char>(text).size() + 1), text);
+}
+inline HRESULT LinkBytes(const MemoryRoutines& memory, void* head, SBinary& bytes) noexcept {
+  if (bytes.lpb == nullptr) bytes.cb = 0;
+  return LinkCopy(memory, head, bytes.cb, bytes.lpb);
+}
+
+// Bytes of one element of a multi-valued type; 0: no such type.
+constexpr std::size_t ElementSize(ULONG type) noexcept {
+  if (type == PT_MV_I2) return 2;
+  if (type == PT_MV_LONG || type == PT_MV_R4) return 4;
+  if (type == PT_MV_CLSID || type == PT_MV_BINARY) return 16;
+  for (ULONG eight :
+       {PT_MV_DOUBLE, PT_MV_CURRENCY, PT_MV_APPTIME, PT_MV_I8, PT_MV_SYSTIME, PT_MV_STRING8, PT_MV_UNICODE}) {
+    if (type == eight) return 8;
+  }
+  return 0;
+}
+
+inline HRESULT LinkElements(const MemoryRoutines& memory, void* head, ULONG type, SPropValueUnion& value) noexcept {
+  SBinaryArray& array = value.MVbin;  // all arrays have this shape
+  if (ElementSize(type) == 0) return MAPI_E_NO_SUPPORT;
+  if (array.lpbin == nullptr) array.cValues = 0;
+  HRESULT hr = LinkCopy(memory, head, ElementSize(type) * array.cValues, array.lpbin);
+  for (ULONG i = 0; i < array.cValues && Succeeded(hr); ++i) {
+    if (type == PT_MV_STRING8) hr = LinkText(memory, head, value.MVszA.lppszA[i]);
+    if (type == PT_MV_UNICODE) hr = LinkText(memory, head, value.MVszW.lppszW[i]);
+    if (type == PT_MV_BINARY) hr = LinkBytes(memory, head, array.lpbin[i]);
+  }
+  return hr;
+}
+
+// Appends a copy to an array that has room, its data linked to the array. A PT_OBJECT value is copied as it is, without
+// a reference. E_OUTOFMEMORY. MAPI_E_NO_SUPPORT: a multi-valued type that is none.
 inline HRESULT AppendCopy(const MemoryRoutines& memory, const SPropValue& value, ADRENTRY& array) noexcept {
   const ULONG type = PropType(value.ulPropTag);
-  if ((type & MV_FLAG) != 0 || type == PT_STRING8 || type == PT_CLSID || type == PT_OBJECT) return MAPI_E_NO_SUPPORT;
   SPropValueUnion copy = value.Value;
-  void* data = nullptr;
-  if (type == PT_UNICODE && copy.lpszW != nullptr) {
-    const std::size_t size = sizeof(WCHAR) * (std::basic_string_view<WCHAR>(copy.lpszW).size() + 1);
-    if (size > 0xFFFFFFFF) return E_OUTOFMEMORY;
-    const HRESULT hr = memory.allocate_more(static_cast<ULONG>(size), array.rgPropVals, &data);
-    if (Failed(hr)) return hr;
-    copy.lpszW = static_cast<WCHAR*>(std::memcpy(data, copy.lpszW, size));
-  } else if (type == PT_BINARY && copy.bin.lpb != nullptr) {
-    if (HRESULT hr = memory.allocate_more(copy.bin.cb, array.rgPropVals, &data); Failed(hr)) return hr;
-    copy.bin.lpb = static_cast<BYTE*>(std::memcpy(data, copy.bin.lpb, copy.bin.cb));
-  }
+  HRESULT hr = S_OK;
+  if (type == PT_STRING8) hr = LinkText(memory, array.rgPropVals, copy.lpszA);
+  if (type == PT_UNICODE) hr = LinkText(memory, array.rgPropVals, copy.lpszW);
+  if (type == PT_CLSID) hr = LinkCopy(memory, array.rgPropVals, sizeof(GUID), copy.lpguid);
+  if (type == PT_BINARY) hr = LinkBytes(memory, array.rgPropVals, copy.bin);
+  if ((type & MV_FLAG) != 0) hr = LinkElements(memory, array.rgPropVals, type, copy);
+  if (Failed(hr)) return hr;
   array.rgPropVals[array.cValues++] = {value.ulPropTag, 0, copy};
   return S_OK;
 }
 
-// Stores a new array of copies: the tags' values in their order (null: all of first), those of first or else of second,
-// and then whatever second has besides. A value that neither has is PT_ERROR with MAPI_E_NOT_FOUND, and the result
-// MAPI_W_ERRORS_RETURNED. This answers GetProps, with no second. Nothing is stored on an error. E_INVALIDARG: no tags,
-// more than there are identifiers, a null out pointer.
+// What a column of this tag shows, borrowed: the value of first or else of second; for PR_NULL a placeholder; where
+// neither has one, PT_ERROR with MAPI_E_NOT_FOUND.
+inline SPropValue ColumnValue(const ADRENTRY& first, const ADRENTRY& second, ULONG tag) noexcept {
+  const SPropValue* value = tag != PR_NULL ? FindValue(first, tag) : nullptr;
+  if (value == nullptr && tag != PR_NULL) value = FindValue(second, tag);
+  if (value != nullptr) return *value;
+  SPropValue made;
+  std::memset(&made, 0, sizeof made);  // the whole union
+  made.ulPropTag = tag == PR_NULL ? PR_NULL : WithPropType(tag, PT_ERROR);
+  if (tag != PR_NULL) made.Value.err = MAPI_E_NOT_FOUND;
+  return made;
+}
+
+// Stores a new array of copies: what the tags' columns show, in their order, or with null tags each value of first;
+// and then whatever second has under other identifiers. The result is MAPI_W_ERRORS_RETURNED when a column is PT_ERROR.
+// This answers GetProps, with no second. No values at all: count 0 and null. Nothing is stored on an error.
+// E_INVALIDARG: a tag array without tags, more values than there are identifiers, a null out pointer.
 inline HRESULT MakeValues(const MemoryRoutines& memory, const SPropTagArray* tags, const ADRENTRY& first,
                           const ADRENTRY& second, ULONG* count, SPropValue** values) noexcept {
   const ULONG wanted = tags != nullptr ? tags->cValues : first.cValues;
-  if (wanted == 0 || wanted > 0xFFFF || second.cValues > 0xFFFF) return E_INVALIDARG;
+  if ((tags != nullptr && wanted == 0) || wanted > 0xFFFF || second.cValues > 0xFFFF) return E_INVALIDARG;
   if (count == nullptr || values == nullptr) return E_INVALIDARG;
   void* head = nullptr;
   HRESULT hr = memory.allocate_buffer((wanted + second.cValues) * static_cast<ULONG>(sizeof(SPropValue)), &head);
@@ -68,13 +123,9 @@ inline HRESULT MakeValues(const MemoryRoutines& memory, const SPropTagArray* tag
   ADRENTRY array = {0, 0, static_cast<SPropValue*>(head)};
   bool complete = true;
   for (ULONG i = 0; i < wanted && Succeeded(hr); ++i) {
-    const ULONG tag = tags != nullptr ? tags->aulPropTag[i] : first.rgPropVals[i].ulPropTag;
-    SPropValue missing = {WithPropType(tag, PT_ERROR), 0, {}};
-    missing.Value.err = MAPI_E_NOT_FOUND;
-    const SPropValue* value = FindValue(first, tag);
-    if (value == nullptr) value = FindValue(second, tag);
-    hr = AppendCopy(memory, value != nullptr ? *value : missing, array);
-    complete = complete && value != nullptr;
+    const SPropValue value = tags != nullptr ? ColumnValue(first, second, tags->aulPropTag[i]) : first.rgPropVals[i];
+    hr = AppendCopy(memory, value, array);
+    complete = complete && PropType(value.ulPropTag) != PT_ERROR;
   }
   const ADRENTRY listed = array;
   for (ULONG i = 0; i < second.cValues && Succeeded(hr); ++i) {
@@ -84,7 +135,7 @@ inline HRESULT MakeValues(const MemoryRoutines& memory, const SPropTagArray* tag
   }
   if (Failed(hr)) return hr;
   *count = array.cValues;
-  *values = static_cast<SPropValue*>(owner.release());
+  *values = array.cValues != 0 ? static_cast<SPropValue*>(owner.release()) : nullptr;
   return complete ? S_OK : MAPI_W_ERRORS_RETURNED;
 }
 
@@ -113,12 +164,13 @@ HRESULT MakeRows(const MemoryRoutines& memory, const SPropTagArray& columns, ULO
 }
 
 // What PrepareRecips does: gives each recipient the tags' values in front, those of find(identifier) (an ADRENTRY*,
-// null for one that is gone) or else its own, and keeps whatever else it has. Recipients are replaced one by one: after
-// an error each is complete or what it was.
+// null for one that is gone) or else its own, and keeps whatever else it has under other identifiers. Without tags
+// nothing happens. Recipients are replaced one by one: after an error each is complete or what it was.
 template <typename Find>
 HRESULT CompleteRecipients(const MemoryRoutines& memory, const SPropTagArray* tags, ADRLIST* list, Find find) noexcept {
   if (list == nullptr) return E_INVALIDARG;
-  for (ULONG i = 0; i < list->cEntries && tags != nullptr; ++i) {
+  if (tags == nullptr || tags->cValues == 0) return S_OK;
+  for (ULONG i = 0; i < list->cEntries; ++i) {
     ADRENTRY& recipient = list->aEntries[i];
     if (recipient.rgPropVals == nullptr) recipient.cValues = 0;
     const SPropValue* id = FindValue(recipient, PR_ENTRYID);

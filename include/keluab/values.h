@@ -70,17 +70,18 @@ struct SWStringArray {
 };
 
 // 16 bytes: 16- and 32-bit values lie at its start; 64-bit values and single pointers fill the first 8 bytes; counts
-// lie at its start with their pointer in the last 8 bytes.
+// lie at its start with their pointer in the last 8 bytes. A number's unit is its writer's and its reader's affair: the
+// library only carries it. Bytes behind a value come back as they were given, but are 0 once it was in the registry.
 union SPropValueUnion {
   short i;                   // PT_I2
   LONG l;                    // PT_LONG
   ULONG ul;                  // PT_LONG, unsigned
   float flt;                 // PT_R4
   double dbl;                // PT_DOUBLE
-  unsigned short b;          // PT_BOOLEAN
-  LONGLONG cur;              // PT_CURRENCY
-  double at;                 // PT_APPTIME
-  FILETIME ft;               // PT_SYSTIME
+  unsigned short b;          // PT_BOOLEAN: 0 is false, the library writes 1 for true
+  LONGLONG cur;              // PT_CURRENCY, in units of 1/10000
+  double at;                 // PT_APPTIME: days since 1899-12-30, with their fraction
+  FILETIME ft;               // PT_SYSTIME, in 100 ns since 1601-01-01 UTC
   char* lpszA;               // PT_STRING8, ends with a 0 byte
   SBinary bin;               // PT_BINARY
   WCHAR* lpszW;              // PT_UNICODE, ends with a 0 character
@@ -105,7 +106,7 @@ union SPropValueUnion {
 
 struct SPropValue {
   ULONG ulPropTag;
-  ULONG dwAlignPad;  // 0
+  ULONG dwAlignPad;  // 0; not examined
   SPropValueUnion Value;
 };
 

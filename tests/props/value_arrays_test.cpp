@@ -33,9 +33,7 @@ AdrListPtr Recipients() {
 
 TEST(ValueArraysTest, RefusesWhatItCantAnswerWhole) {
   const TagArray<1> none = {0, {}};
-  const WCHAR* names[] = {UAB_TEXT("a")};
-  SPropValue multiple{WithPropType(PR_COMMENT_W, PT_MV_UNICODE), 0, {}};
-  multiple.Value.MVszW = {1, const_cast<WCHAR**>(names)};
+  SPropValue multiple{WithPropType(PR_COMMENT_W, MV_FLAG), 0, {}};
   const ADRENTRY unknown_type = {0, 1, &multiple};
   ULONG count = 9;
   ChainPtr<SPropValue> values;
@@ -45,6 +43,28 @@ TEST(ValueArraysTest, RefusesWhatItCantAnswerWhole) {
             MAPI_W_ERRORS_RETURNED);
   EXPECT_EQ(MakeValues(kMemory, nullptr, Directory(), unknown_type, &count, values.Put()), MAPI_E_NO_SUPPORT);
   EXPECT_EQ(CompleteRecipients(kMemory, nullptr, nullptr, Directory()), E_INVALIDARG);
+  EXPECT_EQ(CompleteRecipients(kMemory, none.address(), Recipients().Get(), Directory()), S_OK);
+  EXPECT_TRUE(MakeValues(kMemory, nullptr, {}, {}, &count, values.Put()) == S_OK && count == 0 && !values);
+}
+
+TEST(ValueArraysTest, KeepsEachValueOfEveryType) {
+  WCHAR word[] = UAB_TEXT("b"), *words[] = {word, word};
+  SPropValue given[] = {BinaryValue(PR_SEARCH_KEY, nullptr, 3),  TextValue(PR_ADDRTYPE_W, UAB_TEXT("x")),
+                        TextValue(PR_ADDRTYPE_W, UAB_TEXT("y")), LongValue(PR_DISPLAY_NAME_A, 0),
+                        LongValue(PropTag(PT_CLSID, 1), 0),      LongValue(PropTag(PT_MV_UNICODE, 2), 2)};
+  given[3].Value.lpszA = const_cast<char*>("8-bit");
+  given[4].Value.lpguid = const_cast<GUID*>(&IID_IMAPIProp);
+  given[5].Value.MVszW.lppszW = words;
+  const TagArray<2> tags = {2, {PR_NULL, PR_SEARCH_KEY}};
+  AdrListPtr list = MakeAdrList({{std::begin(given), std::end(given)}});
+  ASSERT_EQ(CompleteRecipients(kMemory, tags.address(), list.Get(), Directory()), S_OK);
+  ULONG count = 0;
+  ChainPtr<SPropValue> copy;
+  ASSERT_EQ(MakeValues(kMemory, nullptr, list->aEntries[0], {}, &count, copy.Put()), S_OK);
+  list.Reset();
+  EXPECT_TRUE(count == 7 && copy.Get()[0].ulPropTag == PR_NULL && copy.Get()[1].Value.bin.cb == 0) << count;
+  EXPECT_EQ(TextOf(copy.Get()[2]) + TextOf(copy.Get()[3]) + copy.Get()[6].Value.MVszW.lppszW[1], UAB_TEXT("xyb"));
+  EXPECT_TRUE(copy.Get()[4].Value.lpszA == std::string("8-bit") && *copy.Get()[5].Value.lpguid == IID_IMAPIProp);
 }
 
 TEST(ValueArraysTest, IsWholeAfterEveryFailure) {
