@@ -34,7 +34,7 @@ struct Providers : NonCopyable {
       static constexpr std::string_view kReading[] = {
           "GetProps", "OpenEntry",  "QueryInterface",    "Release",          "GetPropList",  "QueryRows",
           "SeekRow",  "SetColumns", "GetHierarchyTable", "GetContentsTable", "OpenProperty", "PrepareRecips",
-          "Unadvise", "Details"};
+          "Unadvise", "Details",    "ReleaseObject"};
       changed = changed || std::ranges::find(kReading, slot) == std::end(kReading);
     };
   }

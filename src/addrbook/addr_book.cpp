@@ -67,15 +67,13 @@ HRESULT AddrBook::QueryInterface(const IID& iid, void** object) noexcept {
   return attached() ? ComObject::QueryInterface(iid, object) : MAPI_E_END_OF_SESSION;
 }
 
-// The operations that only forward a call touch nothing of the address book behind it: it may be gone then.
-
 HRESULT AddrBook::OpenEntry(ULONG size, ENTRYID* entry, const IID* iid, ULONG flags, ULONG* object_type,
                             IUnknown** object) noexcept {
   if (object != nullptr) *object = nullptr;
   if (entry == nullptr) return OpenRoot(object_type, object);
   ComPtr<ProviderEntry> owner;
   if (HRESULT hr = Route(size, entry, Identity::kRefused, owner); Failed(hr)) return hr;
-  return call_out([&] { return owner->provider->OpenEntry(size, entry, iid, flags, object_type, object); });
+  return CallKept([&] { return owner->provider->OpenEntry(size, entry, iid, flags, object_type, object); });
 }
 
 HRESULT AddrBook::OpenRoot(ULONG* object_type, IUnknown** object) noexcept {
@@ -102,7 +100,7 @@ HRESULT AddrBook::Advise(ULONG size, ENTRYID* entry, ULONG event_mask, IMAPIAdvi
   if (size == 0 || entry == nullptr) return E_INVALIDARG;
   ComPtr<ProviderEntry> owner;
   if (HRESULT hr = Route(size, entry, Identity::kRouted, owner); Failed(hr)) return hr;
-  return connections->Advise(owner, size, entry, event_mask, sink, connection);
+  return WhileKept([&] { return connections->Advise(owner, size, entry, event_mask, sink, connection); });
 }
 
 HRESULT AddrBook::Unadvise(ULONG connection) noexcept {
@@ -111,7 +109,8 @@ HRESULT AddrBook::Unadvise(ULONG connection) noexcept {
     LockedScope scope(section_);
     connections = connections_;
   }
-  return connections ? connections->Unadvise(connection) : MAPI_E_END_OF_SESSION;
+  if (!connections) return MAPI_E_END_OF_SESSION;
+  return WhileKept([&] { return connections->Unadvise(connection); });
 }
 
 HRESULT AddrBook::NewEntry(ULONG_PTR ui, ULONG flags, ULONG container_size, ENTRYID* container, ULONG template_size,
@@ -129,7 +128,7 @@ HRESULT AddrBook::NewEntry(ULONG_PTR ui, ULONG flags, ULONG container_size, ENTR
     hr = container == nullptr && entry_template == nullptr ? MAPI_E_NO_SUPPORT : E_INVALIDARG;
   }
   if (Failed(hr)) return hr;
-  return call_out([&] {
+  return CallKept([&] {
     return owner->provider->NewEntry(ui, flags, container_size, container, template_size, entry_template, size, entry);
   });
 }
@@ -141,7 +140,7 @@ HRESULT AddrBook::Details(ULONG_PTR* ui, DismissModelessFunction dismiss, void* 
   if (ui == nullptr) return E_INVALIDARG;
   ComPtr<ProviderEntry> owner;
   if (HRESULT hr = Route(size, entry, Identity::kRefused, owner); Failed(hr)) return hr;
-  return call_out([&] {
+  return CallKept([&] {
     return owner->provider->Details(ui, dismiss, dismiss_context, size, entry, button, button_context, button_text,
                                     flags);
   });

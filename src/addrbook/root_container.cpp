@@ -51,7 +51,7 @@ HRESULT RootContainer::GetHierarchyTable(ULONG flags, IMAPITable** table) noexce
 HRESULT RootContainer::OpenEntry(ULONG size, ENTRYID* entry, const IID* iid, ULONG flags, ULONG* object_type,
                                  IUnknown** object) noexcept {
   if (object_type == nullptr || object == nullptr) return E_INVALIDARG;
-  return address_book_->OpenEntry(size, entry, iid, flags, object_type, object);
+  return WhileKept([&] { return address_book_->OpenEntry(size, entry, iid, flags, object_type, object); });
 }
 
 HRESULT RootContainer::CreateEntry(ULONG size, ENTRYID* entry, ULONG, IMAPIProp**) noexcept {

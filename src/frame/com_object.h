@@ -5,6 +5,7 @@
 // ComPtr::Attach takes over.
 #pragma once
 
+#include "platform/at_boundary.h"
 #include "platform/com_ptr.h"
 #include "platform/noncopyable.h"
 #include "platform/section.h"
@@ -49,6 +50,12 @@ class ComObject : public Interface, NonCopyable {
   }
 
   Section section_;  // guards the count, and what the object says
+
+  // The same for a call that the slot only forwards.
+  template <typename Call>
+  HRESULT CallKept(Call&& call) noexcept {
+    return WhileKept([&] { return call_out(call); });
+  }
 
  private:
   ULONG DropReference() noexcept {

@@ -27,7 +27,14 @@ StagedWorld::StagedWorld() {
   open = [](ProviderStage& stage, int number, const Opening& opening) {
     return static_cast<StagedWorld&>(stage).Open(number, opening);
   };
-  unloaded = [](ProviderStage& stage, int number) { static_cast<StagedWorld&>(stage).Note('U', number); };
+  called = [](ProviderStage& stage) {
+    if (auto& run = static_cast<StagedWorld&>(stage).in_call) run();
+  };
+  unloaded = [](ProviderStage& stage, int number, int calls_inside) {
+    EXPECT_EQ(calls_inside, 0) << "library " << number << " is unloaded during its own call";
+    stage.through[number] = nullptr;
+    static_cast<StagedWorld&>(stage).Note('U', number);
+  };
   for (int number : {0, 1}) {
     FakeProvider& provider = providers[number];
     provider.SetTemplates(provider.AddChild("people", AB_RECIPIENTS | AB_MODIFIABLE), true, true);
@@ -38,6 +45,7 @@ StagedWorld::StagedWorld() {
         Note('R', number);
         roles[number].section.Reset();
       }
+      Call(number, slot);
     };
   }
   for (int n : {0, 1}) providers[n].AddForeignMember(providers[n].At("team"), providers[1 - n], "team");
@@ -45,6 +53,11 @@ StagedWorld::StagedWorld() {
 
 bool StagedWorld::NothingLoaded() {
   return !IsModuleLoaded(kLibrary0) && !IsModuleLoaded(kLibrary1) && !IsModuleLoaded("no_provider.plugin");
+}
+
+void StagedWorld::Call(int number, std::string_view slot) {
+  if (auto run = through[number]) return run();
+  ADD_FAILURE() << slot << " is called after library " << number << " has been unloaded";
 }
 
 void StagedWorld::Note(char what, int number) {

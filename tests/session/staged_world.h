@@ -1,5 +1,7 @@
 // The provider libraries of a session's tests, with a fake provider behind each. What happens to the libraries is kept
-// as events: "O0" opened, "R0" object gone, "U0" unloaded, with the library's number.
+// as events: "O0" opened, "R0" object gone, "U0" unloaded, with the library's number. Each call of a provider, and each
+// Release of what it handed out, runs through its library: one that comes when the library is gone fails the test, and
+// so does a library that goes during one.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -42,9 +44,11 @@ class StagedWorld : public ProviderStage, NonCopyable {
   FakeProvider providers[2] = {FakeProvider('A', "a", calls), FakeProvider('B', "b", calls)};
   Role roles[2];
   std::string events;
+  std::function<void()> in_call;  // runs inside each call, from the library's code
 
  private:
   HRESULT Open(int number, const Opening& opening);
+  void Call(int number, std::string_view slot);
   void Note(char what, int number);
 };
 

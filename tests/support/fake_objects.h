@@ -35,6 +35,7 @@ class FakeBase : public Base {
   explicit FakeBase(FakeProvider& provider) : provider_(provider) { ++provider_.live_objects; }
   virtual ~FakeBase() { --provider_.live_objects; }
   ULONG UAB_CALL Release() override {
+    if (auto run = provider_.on_call) run("ReleaseObject");
     ULONG left = --this->references;
     if (left == 0) delete this;
     return left;

@@ -155,7 +155,8 @@ class FakeProvider : public RefusingAddrBook<RefusingProp<Refusing<IAddrBook>>> 
   std::atomic<int> live_objects = 0;
   HRESULT set_result = S_OK;  // of SetProps that went well
   bool bare_lists = false;    // GetPropList of a list: PR_CONTAINER_CONTENTS alone
-  // Runs in each call before anything else, and in the last Release: to call back into the library.
+  // Runs in each call before anything else, in the last Release, and as "ReleaseObject" in those of what it handed out:
+  // to call back into the library.
   std::function<void(std::string_view slot)> on_call;
   std::function<void(ADRLIST*)> complete;  // what PrepareRecips does, also when it then fails
 

@@ -1,4 +1,6 @@
 // A provider library that has the stage act for it. PROVIDER_NUMBER (0 or 1) tells the two built from this source apart.
+#include <atomic>
+
 #include "keluab/codes.h"
 #include "session/plugins/plugin_export.h"
 #include "session/provider_stage.h"
@@ -8,12 +10,19 @@ using namespace uab;
 namespace {
 
 ProviderStage* stage = nullptr;
+std::atomic<int> calls = 0;  // under way in this code
 
 struct UnloadNote {
   ~UnloadNote() {
-    if (stage != nullptr) stage->unloaded(*stage, PROVIDER_NUMBER);
+    if (stage != nullptr) stage->unloaded(*stage, PROVIDER_NUMBER, calls);
   }
 } unload_note;
+
+void PassThrough() {
+  ++calls;
+  stage->called(*stage);
+  --calls;
+}
 
 }  // namespace
 
@@ -22,6 +31,7 @@ PLUGIN_EXPORT HRESULT UAB_CALL ABProviderOpen(WCHAR* app_key, HINSTANCE resource
                                               UABAllocateBufferFunction buffer, UABAllocateMoreFunction,
                                               UABFreeBufferFunction, IAddrBook** provider, ULONG_PTR host_value) {
   stage = reinterpret_cast<ProviderStage*>(caller_param);
+  stage->through[PROVIDER_NUMBER] = &PassThrough;
   HRESULT hr = stage->open(*stage, PROVIDER_NUMBER,
                            {app_key, resources, support, section, flags, buffer, provider, host_value});
   if (hr == ProviderStage::kThrow) throw 1;
