@@ -187,7 +187,7 @@ HRESULT ProfAdmin::OpenServices(const WCHAR* name, ComPtr<MsgServiceAdmin>& admi
 }
 
 bool ProfAdmin::ShowDialog(MsgServiceAdmin& admin, ULONG_PTR ui) noexcept {
-  ServiceDialogParams params = {this, &admin, kServiceDialogTemplate, app_key_};
+  ServiceDialogParams params = {&admin, kServiceDialogTemplate, app_key_};
   return ShowServiceDialog(resources_, ui, params) == IDOK;
 }
 
