@@ -1,13 +1,13 @@
 #include "profiles/kept_sections.h"
 
-#include <algorithm>
 #include <cstring>
 #include <utility>
 
 #include "frame/allocation_chain.h"
 #include "keluab/tags.h"
-#include "platform/module_path.h"
 #include "platform/registry.h"
+#include "profiles/profile_lock.h"
+#include "profiles/profile_store.h"
 
 namespace uab {
 namespace {
@@ -26,24 +26,12 @@ ChainPtr<SPropValue> ReadFileName(IMAPIProp& section) noexcept {
   return has_one ? std::move(values) : ChainPtr<SPropValue>();
 }
 
-// False: the parts and a terminator do not fit.
-bool JoinPath(PathBuffer& path, std::initializer_list<const WCHAR*> parts) noexcept {
-  std::size_t used = 0;
-  for (const WCHAR* part : parts) {
-    auto length = static_cast<std::size_t>(lstrlenW(part));
-    if (length >= kPathChars - used) return false;
-    std::copy_n(part, length + 1, path + used);
-    used += length;
-  }
-  return true;
-}
-
 void StoreFileName(const WCHAR* app_key, const WCHAR* name) noexcept {
-  PathBuffer path;
-  if (app_key == nullptr) return;
-  if (!JoinPath(path, {UAB_TEXT("Software\\Ostrel\\QUILLDOC\\"), app_key, UAB_TEXT("\\UAB Profiles\\WAB")})) return;
+  ProfileLock lock;
   UniqueKey key;
-  if (Succeeded(CreateKey(HKEY_CURRENT_USER, path, &key, nullptr))) SetText(key.Get(), UAB_TEXT("WAB File Name"), name);
+  if (Failed(lock.AcquireToChange(app_key))) return;
+  if (Failed(OpenProfileKey(app_key, UAB_TEXT("WAB"), ProfileKeyMode::kCreate, key))) return;
+  SetText(key.Get(), UAB_TEXT("WAB File Name"), name);
 }
 
 }  // namespace

@@ -22,7 +22,6 @@ class MsgServiceAdmin final : public ComObject<MsgServiceAdmin, IMsgServiceAdmin
   const WCHAR* app_key() const noexcept { return app_key_; }
   const WCHAR* profile_name() const noexcept { return profile_name_; }
   ULONG_PTR caller_param() const noexcept { return caller_param_; }
-  HINSTANCE resources() const noexcept { return resources_; }
 
   // Sets values in the service's row and writes it. MAPI_E_NOT_FOUND: no such service, or no values. All or nothing.
   HRESULT SetServiceProps(const MAPIUID& uid, ULONG count, const SPropValue* values) noexcept;

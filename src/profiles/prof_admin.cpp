@@ -7,6 +7,7 @@
 #include "profiles/service_definitions.h"
 #include "profiles/service_dialog.h"
 #include "profiles/stored_services.h"
+#include "profiles/undo_record.h"
 
 namespace uab {
 namespace {
@@ -154,6 +155,7 @@ HRESULT ProfAdmin::RenameProfile(WCHAR* old_name, WCHAR* new_name, ULONG flags) 
     if (HRESULT hr = LoadServices(app_key_, old_name, services); Failed(hr)) return hr;
     // The registry has it; a name that differs in case would leave the profile, though.
     if (Failed(BuildProfileTable(app_key_, profiles)) || !HasProfile(*profiles, old_name)) return E_FAIL;
+    if (HasUndoRecords(app_key_, old_name)) return E_FAIL;  // which would go with the old name
     if (HRESULT hr = SaveNewProfile(app_key_, new_name, *services); Failed(hr)) return hr;
     // All of the old profile is in the new one: what fails now leaves both.
     if (IsDefaultProfile(*profiles, old_name)) WriteDefaultProfile(app_key_, new_name);
@@ -189,7 +191,7 @@ HRESULT ProfAdmin::OpenServices(const WCHAR* name, ComPtr<MsgServiceAdmin>& admi
 }
 
 bool ProfAdmin::ShowDialog(MsgServiceAdmin& admin, ULONG_PTR ui) noexcept {
-  ServiceDialogParams params = {this, &admin, kServiceDialogTemplate, app_key_};
+  ServiceDialogParams params = {&admin, kServiceDialogTemplate, app_key_};
   return ShowServiceDialog(resources_, ui, params) == IDOK;
 }
 

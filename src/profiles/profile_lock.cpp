@@ -12,7 +12,7 @@ HRESULT ProfileLock::AcquireToRead(const WCHAR* app_key) noexcept {
 
 HRESULT ProfileLock::AcquireToChange(const WCHAR* app_key) noexcept {
   mutex_.Reset(Sys().acquire_user_mutex(true));
-  return mutex_ ? ApplyUndoRecord(app_key) : E_FAIL;
+  return mutex_ ? ApplyUndoRecords(app_key) : E_FAIL;
 }
 
 }  // namespace uab

@@ -14,7 +14,8 @@ class ProfileLock : NonCopyable {
  public:
   // S_OK also where the lock can't be had or nothing can be written: what can be read is read. E_OUTOFMEMORY.
   HRESULT AcquireToRead(const WCHAR* app_key) noexcept;
-  // E_FAIL: the lock can't be had, or what is unfinished stays so. E_INVALIDARG: no such key can be. E_OUTOFMEMORY.
+  // E_FAIL: the lock can't be had, or what is unfinished can't be read. E_INVALIDARG: no such key can be.
+  // E_OUTOFMEMORY.
   HRESULT AcquireToChange(const WCHAR* app_key) noexcept;
 
  private:

@@ -1,5 +1,7 @@
 #include "profiles/service_commands.h"
 
+#include <utility>
+
 #include "frame/allocation_chain.h"
 #include "platform/at_boundary.h"
 #include "platform/com_ptr.h"
@@ -13,7 +15,7 @@ constexpr int kRefreshButton = 1156;
 constexpr int kRemoveButton = 1157;
 constexpr int kConfigureButton = 1158;
 
-bool CanAddService() noexcept {
+bool HasServiceChoice() noexcept {
   PathBuffer path;
   ChainPtr<WCHAR> lines;
   return Succeeded(GetServiceDefinitionPath(path)) && Succeeded(ReadIniSection(path, kServicesSection, lines)) &&
@@ -96,24 +98,36 @@ void ServiceCommands::Close(WORD control) noexcept {
   EndDialog(window_, control);
 }
 
+// What becomes enabled does so first and what becomes disabled last: a disabled window can't be given the focus, and
+// takes it with it.
 void ServiceCommands::RefreshButtons() {
   LRESULT line;
   const ServiceRecord* record = list_.Selected(&line);
-  ULONG flags = record != nullptr ? record->flags : 0;
-  EnableOrPassFocus(kRemoveButton, (flags & UAB_SERVICE_NO_REMOVE) == 0, kConfigureButton);
-  EnableOrPassFocus(kConfigureButton, (flags & UAB_SERVICE_NO_CONFIGURE) == 0, IDOK);
-  EnableWindow(GetDlgItem(window_, kRefreshButton), CanAddService());
+  const ULONG flags = record != nullptr ? record->flags : 0;
+  const bool can_configure = (flags & UAB_SERVICE_NO_CONFIGURE) == 0;
+  const std::pair<int, bool> buttons[] = {{kRemoveButton, (flags & UAB_SERVICE_NO_REMOVE) == 0},
+                                          {kConfigureButton, can_configure},
+                                          {kRefreshButton, HasServiceChoice()}};
+  auto set = [&](bool enable) {
+    for (auto [button, enabled] : buttons) {
+      if (enabled == enable) EnableWindow(GetDlgItem(window_, button), enable ? TRUE : FALSE);
+    }
+  };
+  set(true);
+  const bool configure_is_there = can_configure && GetDlgItem(window_, kConfigureButton) != nullptr;
+  for (auto [button, enabled] : buttons) {
+    if (!enabled) PassFocus(button, configure_is_there ? kConfigureButton : IDOK);
+  }
+  set(false);
 }
 
-// A button that is about to be disabled hands the focus, and the default, to the next one.
-void ServiceCommands::EnableOrPassFocus(int button, bool enable, int next) {
+// If the button has the focus, and the default, another one gets them.
+void ServiceCommands::PassFocus(int button, int next) {
   HWND control = GetDlgItem(window_, button);
-  if (!enable && control != nullptr && GetFocus() == control) {
-    SendDlgItemMessageW(window_, button, BM_SETSTYLE, BS_PUSHBUTTON, TRUE);
-    SendDlgItemMessageW(window_, next, BM_SETSTYLE, BS_DEFPUSHBUTTON, TRUE);
-    SetFocus(GetDlgItem(window_, next));
-  }
-  EnableWindow(control, enable ? TRUE : FALSE);
+  if (control == nullptr || GetFocus() != control) return;
+  SendDlgItemMessageW(window_, button, BM_SETSTYLE, BS_PUSHBUTTON, TRUE);
+  SendDlgItemMessageW(window_, next, BM_SETSTYLE, BS_DEFPUSHBUTTON, TRUE);
+  SetFocus(GetDlgItem(window_, next));
 }
 
 }  // namespace uab

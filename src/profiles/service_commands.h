@@ -29,7 +29,7 @@ class ServiceCommands : NonCopyable {
   void Close(WORD control) noexcept;
 
   void RefreshButtons();
-  void EnableOrPassFocus(int button, bool enable, int next);
+  void PassFocus(int button, int next);
 
   const HWND window_;
   const ServiceDialogParams& params_;

@@ -3,15 +3,13 @@
 //
 //   1, 2   buttons to confirm and to cancel
 //   1155   list box, a line for each service
-//   1156   button that refreshes the buttons, nothing else; disabled unless the definition file has a choice of services
-//   1157   button, removes the selected service
-//   1158   button, configures the selected service, as a double click does
+//   1156   button that refreshes the buttons, nothing else; disabled unless the definition file has a choice of
+//   services 1157   button, removes the selected service 1158   button, configures the selected service, as a double
+//   click does
 //
 // Removals and configurations take effect at once; who shows the dialog undoes them when it is cancelled. What the
 // libraries changed in the sections of their services is saved when the user confirms.
 #pragma once
-
-#include <cstddef>
 
 #include "keluab/admin.h"
 #include "platform/win32.h"
@@ -22,14 +20,10 @@ inline constexpr WORD kServiceDialogTemplate = 255;
 
 // What the dialog works on. Borrowed while it is shown.
 struct ServiceDialogParams {
-  IProfAdmin* profile_admin;
   IMsgServiceAdmin* service_admin;
   WORD template_id;  // kServiceDialogTemplate
   const WCHAR* app_key;
 };
-static_assert(offsetof(ServiceDialogParams, service_admin) == 8 && offsetof(ServiceDialogParams, template_id) == 16 &&
-                  offsetof(ServiceDialogParams, app_key) == 24,
-              "the dialog's creation parameter");
 
 // Shows the dialog, a child of window ui, and returns the button that closed it: IDOK; IDCANCEL, also when there is no
 // memory for it; -1: the module has no such template.

@@ -44,7 +44,7 @@ class ServiceList : NonCopyable {
   const HWND window_;
 };
 
-// The display name among values; null: there is none.
+// The display name that a value is; null: it is none.
 const WCHAR* ServiceNameOf(const SPropValue& value) noexcept;
 
 // What a line shows and records: PR_DISPLAY_NAME_W, PR_SERVICE_UID, PR_RESOURCE_FLAGS.

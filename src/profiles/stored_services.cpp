@@ -1,5 +1,6 @@
 #include "profiles/stored_services.h"
 
+#include <cstring>
 #include <string>
 
 #include "keluab/tags.h"
@@ -13,6 +14,21 @@ namespace uab {
 namespace {
 
 using Text = std::basic_string<WCHAR>;
+
+// A service keeps its identifier, which names its key. E_INVALIDARG: a value has another one. MAPI_E_STRING_TOO_LONG:
+// one of more than 32 bytes.
+HRESULT CheckUid(const MAPIUID& uid, ULONG count, const SPropValue* values) noexcept {
+  for (ULONG i = 0; i < count; ++i) {
+    if (PropId(values[i].ulPropTag) != PropId(PR_SERVICE_UID)) continue;
+    const SBinary& bytes = values[i].Value.bin;
+    if (values[i].ulPropTag != PR_SERVICE_UID) return E_INVALIDARG;
+    if (bytes.cb > 32) return MAPI_E_STRING_TOO_LONG;
+    if (bytes.cb != sizeof(uid) || bytes.lpb == nullptr || std::memcmp(bytes.lpb, &uid, sizeof(uid)) != 0) {
+      return E_INVALIDARG;
+    }
+  }
+  return S_OK;
+}
 
 // The path of a service's key below the profile root.
 Text ServicePath(const WCHAR* profile_name, const MAPIUID& uid) {
@@ -73,10 +89,13 @@ HRESULT DeleteProfile(const WCHAR* app_key, const WCHAR* profile_name) noexcept 
     UniqueKey key;
     if (HRESULT hr = OpenProfileKey(app_key, profile_name, ProfileKeyMode::kOpen, key); Failed(hr)) return hr;
     key.Reset();
-    if (HRESULT hr = WriteUndoRecord(app_key, profile_name, Remedy::kRemove); Failed(hr)) return hr;
+    bool recorded = false;
+    if (HRESULT hr = WriteUndoRecord(app_key, profile_name, Remedy::kRemove, &recorded); Failed(hr)) return hr;
     HRESULT hr = DeleteWholeKey(HKEY_CURRENT_USER, path);
-    if (Succeeded(hr)) hr = DeleteUndoRecord(app_key);
-    return Succeeded(hr) ? hr : Undo(app_key, profile_name, Remedy::kRemove);  // begun, it is ended
+    if (Succeeded(hr) && recorded) hr = DeleteUndoRecord(app_key);
+    if (Failed(hr) && recorded) hr = Undo(app_key, profile_name, Remedy::kRemove);  // begun, it is ended
+    if (Succeeded(hr)) (void)DropUndoRecords(app_key, profile_name);                // or else the next change does
+    return hr;
   });
 }
 
@@ -99,13 +118,15 @@ HRESULT DeleteService(const WCHAR* app_key, const WCHAR* profile_name, const MAP
     if (HRESULT hr = table.DeleteRow(UidValue(uid)); Failed(hr)) return hr;
     UniqueKey key;
     if (HRESULT hr = OpenProfileKey(app_key, profile_name, ProfileKeyMode::kCreate, key); Failed(hr)) return hr;
-    return ChangeOrUndo(app_key, ServicePath(profile_name, uid), Remedy::kValues,
-                        [&] { return SaveTable(table, key.Get()); });
+    return ChangeOrUndo(
+        app_key, ServicePath(profile_name, uid), Remedy::kValues, [&] { return SaveTable(table, key.Get()); },
+        Unrecorded::kGoesOn);
   });
 }
 
 HRESULT UpdateService(const WCHAR* app_key, const WCHAR* profile_name, const MAPIUID& uid, ULONG count,
                       const SPropValue* values, MemTable& table) noexcept {
+  if (HRESULT hr = CheckUid(uid, count, values); Failed(hr)) return hr;
   return at_boundary([&]() -> HRESULT {
     UniqueKey key;
     if (HRESULT hr = OpenProfileKey(app_key, profile_name, ProfileKeyMode::kCreate, key); Failed(hr)) return hr;

@@ -1,6 +1,7 @@
 // Stored profiles as wholes and their message services as tables, one row for each service. Names and errors as in
 // profiles/profile_store.h. A change is complete, or all is as before it; one that the registry does not let be undone
-// is undone by the next who takes the ProfileLock.
+// is undone as soon as it does. A deletion needs no room: without any it leaves, when it is cut short, what the next
+// one ends.
 //
 // REQUIRES, for all: that lock is held, to read for LoadServices and HasServiceKey, to change for the others.
 #pragma once
@@ -30,7 +31,8 @@ HRESULT AddService(const WCHAR* app_key, const WCHAR* profile_name, const MAPIUI
 // table is of no further use then.
 HRESULT DeleteService(const WCHAR* app_key, const WCHAR* profile_name, const MAPIUID& uid, MemTable& table) noexcept;
 
-// Sets values of a service in the table and the profile. Errors of UpdateRowAndSave.
+// Sets values of a service in the table and the profile. E_INVALIDARG, MAPI_E_STRING_TOO_LONG: one that would change
+// the service's identifier. Errors of UpdateRowAndSave.
 HRESULT UpdateService(const WCHAR* app_key, const WCHAR* profile_name, const MAPIUID& uid, ULONG count,
                       const SPropValue* values, MemTable& table) noexcept;
 

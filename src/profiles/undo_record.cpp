@@ -1,11 +1,7 @@
 #include "profiles/undo_record.h"
 
-#include <algorithm>
-#include <cstring>
-#include <optional>
-#include <span>
+#include <charconv>
 #include <string_view>
-#include <vector>
 
 #include "platform/at_boundary.h"
 #include "platform/registry.h"
@@ -16,12 +12,25 @@ namespace uab {
 namespace {
 
 constexpr const WCHAR* kRecordValue = UAB_TEXT("Unfinished");
+constexpr const WCHAR* kBeforeNumber = UAB_TEXT("Unfinished ");  // of a record that is kept aside
 constexpr LSTATUS kSuccess = static_cast<LSTATUS>(ERROR_SUCCESS);
 constexpr LSTATUS kNotFound = static_cast<LSTATUS>(ERROR_FILE_NOT_FOUND);
-constexpr LSTATUS kNoMoreItems = static_cast<LSTATUS>(ERROR_NO_MORE_ITEMS);
 
 using Bytes = std::vector<BYTE>;
 using Text = std::basic_string<WCHAR>;
+using Texts = std::vector<Text>;
+
+// A write that the registry has no room for: on the disk, in its own log, in the memory that the system gives it.
+bool IsForWantOfRoom(LSTATUS status) noexcept {
+  constexpr LSTATUS kNoLogSpace = 1019, kNoResources = 1450;
+  return status == static_cast<LSTATUS>(ERROR_DISK_FULL) || status == kNoLogSpace || status == kNoResources;
+}
+
+LSTATUS OpenRootToRead(const WCHAR* app_key, UniqueKey& root) noexcept {
+  RegistryPath path;
+  if (Failed(ProfileRootPath(app_key, path))) return static_cast<LSTATUS>(ERROR_INVALID_PARAMETER);
+  return Sys().reg_open_key(HKEY_CURRENT_USER, path, 0, KEY_READ, root.Put());
+}
 
 // The profile root, to be written to.
 HRESULT OpenRoot(const WCHAR* app_key, UniqueKey& root) noexcept {
@@ -30,171 +39,115 @@ HRESULT OpenRoot(const WCHAR* app_key, UniqueKey& root) noexcept {
   return Succeeded(hr) ? OpenKey(HKEY_CURRENT_USER, path, KEY_ALL_ACCESS, &root) : hr;
 }
 
-void Put(Bytes& record, const void* data, std::size_t size) {
-  const BYTE* bytes = static_cast<const BYTE*>(data);
-  record.insert(record.end(), bytes, bytes + size);
-}
-void PutNumber(Bytes& record, ULONG number) { Put(record, &number, sizeof(number)); }
-void PutText(Bytes& record, const WCHAR* text) {
-  Put(record, text, (static_cast<std::size_t>(lstrlenW(text)) + 1) * sizeof(WCHAR));
-}
-
-// Reads a record from its front; what does not fit in it is none.
-class RecordReader {
- public:
-  explicit RecordReader(std::span<const BYTE> record) : rest_(record) {}
-
-  bool at_end() const { return rest_.empty(); }
-  std::optional<std::span<const BYTE>> Take(std::size_t size) {
-    if (size > rest_.size()) return std::nullopt;
-    std::span<const BYTE> taken = rest_.first(size);
-    rest_ = rest_.subspan(size);
-    return taken;
-  }
-  std::optional<ULONG> TakeNumber() {
-    ULONG number = 0;
-    auto bytes = Take(sizeof(number));
-    if (!bytes) return std::nullopt;
-    std::memcpy(&number, bytes->data(), sizeof(number));
-    return number;
-  }
-  std::optional<Text> TakeText() {
-    Text text;
-    while (auto bytes = Take(sizeof(WCHAR))) {
-      WCHAR unit = 0;
-      std::memcpy(&unit, bytes->data(), sizeof(unit));
-      if (unit == 0) return text;
-      text.push_back(unit);
-    }
-    return std::nullopt;
-  }
-
- private:
-  std::span<const BYTE> rest_;
-};
-
-HRESULT ReadData(HKEY key, const WCHAR* name, DWORD& type, Bytes& data) {
-  DWORD size = 0;
-  if (Sys().reg_query_value(key, name, nullptr, &type, nullptr, &size) != kSuccess) return E_FAIL;
-  data.resize(size);
-  if (Sys().reg_query_value(key, name, nullptr, &type, data.data(), &size) != kSuccess) return E_FAIL;
-  data.resize(size);
-  return S_OK;
-}
-
-HRESULT PutValues(Bytes& record, HKEY key, const WCHAR* subkey_name) {
+// The names of the records that are kept aside.
+HRESULT ListKept(HKEY root, Texts& names) {
   WCHAR name[kKeyNameCapacity];
   for (DWORD index = 0;; ++index) {
-    LSTATUS status = EnumValueName(key, index, name, kKeyNameCapacity);
-    if (status == kNoMoreItems) return S_OK;
+    LSTATUS status = EnumValueName(root, index, name, kKeyNameCapacity);
+    if (status == static_cast<LSTATUS>(ERROR_NO_MORE_ITEMS)) return S_OK;
+    if (status == static_cast<LSTATUS>(ERROR_MORE_DATA)) continue;  // longer than any of ours
     if (status != kSuccess) return E_FAIL;
+    if (std::basic_string_view<WCHAR>(name).starts_with(kBeforeNumber)) names.emplace_back(name);
+  }
+}
+
+// The names of all records, that of the last change first.
+HRESULT ListRecords(HKEY root, Texts& names) {
+  DWORD size = 0;
+  LSTATUS status = Sys().reg_query_value(root, kRecordValue, nullptr, nullptr, nullptr, &size);
+  if (status != kSuccess && status != kNotFound) return E_FAIL;
+  if (status == kSuccess) names.emplace_back(kRecordValue);
+  return ListKept(root, names);
+}
+
+// Calls use(name, contents) for each record, until it fails. What is no record is passed over.
+template <typename Use>
+HRESULT ForEachRecord(HKEY root, const Texts& names, Use use) {
+  for (const Text& name : names) {
     DWORD type = 0;
-    Bytes data;
-    if (HRESULT hr = ReadData(key, name, type, data); Failed(hr)) return hr;
-    PutText(record, subkey_name);
-    PutText(record, name);
-    PutNumber(record, type);
-    PutNumber(record, static_cast<ULONG>(data.size()));
-    Put(record, data.data(), data.size());
-  }
-}
-
-HRESULT PutSubkeys(Bytes& record, HKEY key) {
-  WCHAR name[kKeyNameCapacity];
-  for (DWORD index = 0;; ++index) {
-    LSTATUS status = EnumSubkey(key, index, name, kKeyNameCapacity);
-    if (status == kNoMoreItems) return S_OK;
-    UniqueKey subkey;
-    if (status != kSuccess || Failed(OpenKey(key, name, KEY_READ, &subkey))) return E_FAIL;
-    if (HRESULT hr = PutValues(record, subkey.Get(), name); Failed(hr)) return hr;
-  }
-}
-
-HRESULT DeleteValues(HKEY key) {
-  WCHAR name[kKeyNameCapacity];
-  for (;;) {
-    LSTATUS status = EnumValueName(key, 0, name, kKeyNameCapacity);
-    if (status == kNoMoreItems) return S_OK;
-    if (status != kSuccess || Failed(DeleteValue(key, name))) return E_FAIL;
-  }
-}
-
-HRESULT RemoveKey(HKEY root, const WCHAR* path) {
-  UniqueKey key;
-  if (Sys().reg_open_key(root, path, 0, KEY_READ, key.Put()) == kNotFound) return S_OK;
-  key.Reset();
-  return DeleteWholeKey(root, path);
-}
-
-// Whether a record can hold it: names of keys, each as long as those that are read, between backslashes.
-bool IsKeyPath(std::basic_string_view<WCHAR> path) noexcept {
-  for (;;) {
-    const std::size_t end = std::min(path.find(UAB_TEXT('\\')), path.size());
-    if (end == 0 || end >= kKeyNameCapacity) return false;
-    if (end == path.size()) return true;
-    path.remove_prefix(end + 1);
-  }
-}
-
-// E_INVALIDARG: the rest is no list of values; those before are set.
-HRESULT SetRecordedValues(HKEY key, RecordReader& reader) {
-  while (!reader.at_end()) {
-    std::optional<Text> subkey_name = reader.TakeText(), name = reader.TakeText();
-    std::optional<ULONG> type = reader.TakeNumber(), size = reader.TakeNumber();
-    auto data = size ? reader.Take(*size) : std::nullopt;
-    if (!subkey_name || !name || !type || !data || name->size() >= kKeyNameCapacity) return E_INVALIDARG;
-    if (!subkey_name->empty() && !IsKeyPath(*subkey_name)) return E_INVALIDARG;
-    UniqueKey subkey;
-    if (!subkey_name->empty()) {
-      if (HRESULT hr = CreateKey(key, subkey_name->c_str(), &subkey, nullptr); Failed(hr)) return hr;
-    }
-    if (HRESULT hr = SetValue(subkey ? subkey.Get() : key, name->c_str(), *type, *data); Failed(hr)) return hr;
+    Bytes record;
+    if (HRESULT hr = ReadData(root, name.c_str(), type, record); Failed(hr)) return hr;
+    const std::optional<UndoContents> contents = ReadUndoContents(record);
+    if (!contents) continue;
+    if (HRESULT hr = use(name, *contents); Failed(hr)) return hr;
   }
   return S_OK;
 }
 
-// E_INVALIDARG: no record.
-HRESULT Apply(HKEY root, std::span<const BYTE> record) {
-  RecordReader reader(record);
-  std::optional<Text> path = reader.TakeText();
-  std::optional<ULONG> remedy = reader.TakeNumber();
-  if (!path || !IsKeyPath(*path) || !remedy || *remedy > static_cast<ULONG>(Remedy::kTree)) return E_INVALIDARG;
-  if (*remedy == static_cast<ULONG>(Remedy::kRemove)) return RemoveKey(root, path->c_str());
-  UniqueKey key;
-  if (HRESULT hr = CreateKey(root, path->c_str(), &key, nullptr); Failed(hr)) return hr;
-  if (*remedy == static_cast<ULONG>(Remedy::kTree)) {
-    WCHAR name[kKeyNameCapacity];
-    if (Failed(DeleteKeyTree(key.Get(), name))) return E_FAIL;
-  }
-  if (HRESULT hr = DeleteValues(key.Get()); Failed(hr)) return hr;
-  return SetRecordedValues(key.Get(), reader);
+// Applies a record and deletes it. *stays: it can't be applied, and holds what the registry has not.
+HRESULT Settle(HKEY root, const WCHAR* name, bool* stays) {
+  DWORD type = 0;
+  Bytes record;
+  if (HRESULT hr = ReadData(root, name, type, record); Failed(hr)) return hr;
+  const std::optional<UndoContents> contents = ReadUndoContents(record);
+  *stays = contents && Failed(GiveBack(root, *contents)) && !HoldsAll(root, *contents);
+  return *stays ? S_OK : DeleteValue(root, name);
 }
 
-HRESULT MakeRecord(HKEY root, const Text& path, Remedy remedy, Bytes& record) {
-  UniqueKey key;
-  if (remedy != Remedy::kRemove) {
-    LSTATUS status = Sys().reg_open_key(root, path.c_str(), 0, KEY_READ, key.Put());
-    if (status != kSuccess && status != kNotFound) return E_FAIL;
-    if (!key) remedy = Remedy::kRemove;
+// The first free name for a record that is kept aside.
+HRESULT FreeName(HKEY root, Text& name) {
+  for (int number = 1;; ++number) {
+    char digits[16];
+    const auto end = std::to_chars(digits, digits + sizeof(digits), number).ptr;
+    (name = kBeforeNumber).append(digits, end);
+    DWORD size = 0;
+    LSTATUS status = Sys().reg_query_value(root, name.c_str(), nullptr, nullptr, nullptr, &size);
+    if (status == kNotFound) return S_OK;
+    if (status != kSuccess) return E_FAIL;
   }
-  PutText(record, path.c_str());
-  PutNumber(record, static_cast<ULONG>(remedy));
-  if (key) {
-    if (HRESULT hr = PutValues(record, key.Get(), UAB_TEXT("")); Failed(hr)) return hr;
-  }
-  return remedy == Remedy::kTree ? PutSubkeys(record, key.Get()) : S_OK;
+}
+
+// Gives the record of the last change a name of its own. Of two of one key the older has what was there in the
+// beginning.
+HRESULT KeepAside(HKEY root) {
+  DWORD type = 0;
+  Bytes record;
+  if (HRESULT hr = ReadData(root, kRecordValue, type, record); Failed(hr)) return hr;
+  const std::optional<UndoContents> contents = ReadUndoContents(record);
+  Texts kept;
+  if (HRESULT hr = ListKept(root, kept); Failed(hr)) return hr;
+  bool has_older = false;
+  HRESULT hr = ForEachRecord(root, kept, [&](const Text&, const UndoContents& older) -> HRESULT {
+    has_older |= contents && older.path == contents->path;
+    return S_OK;
+  });
+  Text name;
+  if (Succeeded(hr) && !has_older) hr = FreeName(root, name);
+  if (Succeeded(hr) && !has_older) hr = SetValue(root, name.c_str(), REG_BINARY, record);
+  return Succeeded(hr) ? DeleteValue(root, kRecordValue) : hr;
+}
+
+// Compares a change with the records that are there. *recorded: it needs one of its own, for which the name is free.
+HRESULT CheckOlderRecords(HKEY root, const UndoContents& change, bool* recorded) {
+  Texts names;
+  if (HRESULT hr = ListRecords(root, names); Failed(hr)) return hr;
+  *recorded = true;
+  return ForEachRecord(root, names, [&](const Text& name, const UndoContents& older) -> HRESULT {
+    const bool goes_too = change.remedy == Remedy::kRemove && IsWithin(older.path, change.path);
+    const bool same = older.path == change.path;
+    if (name == kRecordValue || (same && !goes_too)) *recorded = false;
+    if (goes_too || same) return S_OK;
+    return Touches(older, change.path) || Touches(change, older.path) ? E_FAIL : S_OK;
+  });
 }
 
 }  // namespace
 
-HRESULT WriteUndoRecord(const WCHAR* app_key, const Text& path, Remedy remedy) {
+HRESULT WriteUndoRecord(const WCHAR* app_key, const Text& path, Remedy remedy, bool* recorded) {
+  *recorded = false;
   RegistryPath root_path;
   if (HRESULT hr = ProfileRootPath(app_key, root_path); Failed(hr)) return hr;
   UniqueKey root;
   if (HRESULT hr = CreateKey(HKEY_CURRENT_USER, root_path, &root, nullptr); Failed(hr)) return hr;
+  bool is_free = false;
+  if (HRESULT hr = CheckOlderRecords(root.Get(), {path, remedy, {}}, &is_free); Failed(hr)) return hr;
+  if (!is_free) return S_OK;
   Bytes record;
-  if (HRESULT hr = MakeRecord(root.Get(), path, remedy, record); Failed(hr)) return hr;
-  return SetValue(root.Get(), kRecordValue, REG_BINARY, record);
+  if (HRESULT hr = MakeUndoContents(root.Get(), path, remedy, record); Failed(hr)) return hr;
+  LSTATUS status =
+      Sys().reg_set_value(root.Get(), kRecordValue, 0, REG_BINARY, record.data(), static_cast<DWORD>(record.size()));
+  *recorded = status == kSuccess;
+  return *recorded || IsForWantOfRoom(status) ? S_OK : E_FAIL;
 }
 
 HRESULT ApplyUndoRecord(const WCHAR* app_key) noexcept {
@@ -202,17 +155,33 @@ HRESULT ApplyUndoRecord(const WCHAR* app_key) noexcept {
     RegistryPath root_path;
     if (HRESULT hr = ProfileRootPath(app_key, root_path); Failed(hr)) return hr;
     UniqueKey root;
-    LSTATUS status = Sys().reg_open_key(HKEY_CURRENT_USER, root_path, 0, KEY_READ, root.Put());
+    LSTATUS status = OpenRootToRead(app_key, root);
     if (status != kSuccess) return status == kNotFound ? S_OK : E_FAIL;
-    DWORD type = 0, size = 0;
+    DWORD size = 0;
     status = Sys().reg_query_value(root.Get(), kRecordValue, nullptr, nullptr, nullptr, &size);
     if (status != kSuccess) return status == kNotFound ? S_OK : E_FAIL;
-    Bytes record;
-    if (HRESULT hr = ReadData(root.Get(), kRecordValue, type, record); Failed(hr)) return hr;
     if (HRESULT hr = OpenRoot(app_key, root); Failed(hr)) return hr;
-    HRESULT hr = Apply(root.Get(), record);
-    if (Failed(hr) && hr != E_INVALIDARG) return hr;
-    return DeleteValue(root.Get(), kRecordValue);
+    bool stays = false;
+    if (HRESULT hr = Settle(root.Get(), kRecordValue, &stays); Failed(hr)) return hr;
+    // Where it can't be moved either, for want of room for instance, only deletions go on.
+    if (stays && KeepAside(root.Get()) == E_OUTOFMEMORY) return E_OUTOFMEMORY;
+    return S_OK;
+  });
+}
+
+HRESULT ApplyUndoRecords(const WCHAR* app_key) noexcept {
+  if (HRESULT hr = ApplyUndoRecord(app_key); Failed(hr)) return hr;
+  return at_boundary([&]() -> HRESULT {
+    UniqueKey root;
+    LSTATUS status = OpenRootToRead(app_key, root);
+    if (status != kSuccess) return status == kNotFound ? S_OK : E_FAIL;
+    Texts kept;
+    if (HRESULT hr = ListKept(root.Get(), kept); Failed(hr)) return hr;
+    if (kept.empty()) return S_OK;
+    if (HRESULT hr = OpenRoot(app_key, root); Failed(hr)) return hr;
+    bool stays = false;
+    for (const Text& name : kept) (void)Settle(root.Get(), name.c_str(), &stays);  // whose changes wait notice it
+    return S_OK;
   });
 }
 
@@ -225,6 +194,33 @@ HRESULT DeleteUndoRecord(const WCHAR* app_key) noexcept {
     if (Succeeded(hr)) hr = DeleteValue(root.Get(), kRecordValue);
   }
   return hr;
+}
+
+HRESULT DropUndoRecords(const WCHAR* app_key, const Text& path) noexcept {
+  return at_boundary([&]() -> HRESULT {
+    UniqueKey root;
+    if (HRESULT hr = OpenRoot(app_key, root); Failed(hr)) return hr;
+    Texts names;
+    if (HRESULT hr = ListRecords(root.Get(), names); Failed(hr)) return hr;
+    return ForEachRecord(root.Get(), names, [&](const Text& name, const UndoContents& contents) -> HRESULT {
+      return IsWithin(contents.path, path) ? DeleteValue(root.Get(), name.c_str()) : S_OK;
+    });
+  });
+}
+
+bool HasUndoRecords(const WCHAR* app_key, const Text& path) noexcept {
+  bool found = false;
+  HRESULT hr = at_boundary([&]() -> HRESULT {
+    UniqueKey root;
+    if (OpenRootToRead(app_key, root) != kSuccess) return E_FAIL;
+    Texts names;
+    if (HRESULT listed = ListRecords(root.Get(), names); Failed(listed)) return listed;
+    return ForEachRecord(root.Get(), names, [&](const Text&, const UndoContents& contents) -> HRESULT {
+      found |= IsWithin(contents.path, path);
+      return S_OK;
+    });
+  });
+  return found || Failed(hr);
 }
 
 HRESULT Undo(const WCHAR* app_key, const Text& path, Remedy remedy) noexcept {

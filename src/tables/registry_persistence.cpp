@@ -1,7 +1,7 @@
 #include "tables/registry_persistence.h"
 
 #include <algorithm>
-#include <cstring>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -15,6 +15,7 @@ namespace {
 
 using KeyName = ServiceKeyName;
 using Name = std::basic_string<WCHAR>;
+using Names = std::set<Name>;
 
 constexpr LSTATUS kSuccess = static_cast<LSTATUS>(ERROR_SUCCESS);
 constexpr LSTATUS kNoMoreItems = static_cast<LSTATUS>(ERROR_NO_MORE_ITEMS);
@@ -66,13 +67,6 @@ HRESULT SaveRecord(const PropRecord& record, HKEY key) noexcept {
   return SetValue(key, name, REG_BINARY, record.bytes());
 }
 
-HRESULT SaveRecords(const TableRow& row, HKEY key) noexcept {
-  for (std::size_t i = 0; i < row.count(); ++i) {
-    if (HRESULT hr = SaveRecord(row.record(i), key); Failed(hr)) return hr;
-  }
-  return S_OK;
-}
-
 // The names of all subkeys or values of a key, in order. Throws std::bad_alloc.
 HRESULT ListNames(HKEY key, LSTATUS (*enumerate)(HKEY, DWORD, WCHAR*, DWORD) noexcept, std::vector<Name>& names) {
   KeyName name;
@@ -85,35 +79,56 @@ HRESULT ListNames(HKEY key, LSTATUS (*enumerate)(HKEY, DWORD, WCHAR*, DWORD) noe
 }
 
 // Whether a name from the registry is one of our own, which are digits; the registry does not tell case apart.
-bool Contains(const std::vector<Name>& sorted, Name name) {
+bool Contains(const Names& own, Name name) {
   for (WCHAR& digit : name) {
     if (digit >= 'A' && digit <= 'F') digit = static_cast<WCHAR>(digit - 'A' + 'a');
   }
-  return std::binary_search(sorted.begin(), sorted.end(), name);
+  return own.count(name) != 0;
 }
 
-// Removes the records from a service's subkey that are not the row's own.
-HRESULT DeleteOtherRecords(HKEY key, const TableRow& row) {
-  std::vector<Name> own;
-  for (std::size_t i = 0; i < row.count(); ++i) {
+// What becomes of a key's other records when properties have been written to it.
+enum class OtherRecords {
+  kKeep,    // those with the identifier of a property that was written go: what was written counts, whatever its type
+  kDelete,  // all go
+};
+
+// The properties that have been written to a key.
+class WrittenProps {
+ public:
+  void Add(ULONG tag) {
     KeyName name;
-    FormatTag(row.record(i).tag(), name);
-    own.emplace_back(name);
+    FormatTag(tag, name);
+    names_.emplace(name);
+    ids_.insert(PropId(tag));
   }
-  std::sort(own.begin(), own.end());
-  std::vector<Name> found;
-  if (HRESULT hr = ListNames(key, &EnumValueName, found); Failed(hr)) return hr;
-  for (const Name& name : found) {
-    if (Contains(own, name)) continue;
-    PropNodePtr record;
-    if (HRESULT hr = ReadValue(key, name.c_str(), record); Failed(hr)) return hr;
-    if (record == nullptr) continue;
-    if (HRESULT hr = DeleteValue(key, name.c_str()); Failed(hr)) return hr;
-  }
-  return S_OK;
-}
+  bool empty() const { return names_.empty(); }
 
-enum class OtherRecords { kKeep, kDelete };
+  HRESULT DeleteOthers(HKEY key, OtherRecords others) const {
+    std::vector<Name> found;
+    if (HRESULT hr = ListNames(key, &EnumValueName, found); Failed(hr)) return hr;
+    for (const Name& name : found) {
+      if (Contains(names_, name)) continue;
+      PropNodePtr node;
+      if (HRESULT hr = ReadValue(key, name.c_str(), node); Failed(hr)) return hr;
+      if (node == nullptr || (others == OtherRecords::kKeep && ids_.count(PropId(node->tag())) == 0)) continue;
+      if (HRESULT hr = DeleteValue(key, name.c_str()); Failed(hr)) return hr;
+    }
+    return S_OK;
+  }
+
+ private:
+  Names names_;
+  std::set<ULONG> ids_;
+};
+
+HRESULT SaveRecords(const TableRow& row, HKEY key, OtherRecords others) {
+  WrittenProps written;
+  for (std::size_t i = 0; i < row.count(); ++i) {
+    if (HRESULT hr = SaveRecord(row.record(i), key); Failed(hr)) return hr;
+    written.Add(row.record(i).tag());
+  }
+  return written.DeleteOthers(key, others);
+}
 
 HRESULT SaveRowAs(HKEY profile_key, const TableRow& row, OtherRecords others) {
   KeyName name;
@@ -126,8 +141,7 @@ HRESULT SaveRowAs(HKEY profile_key, const TableRow& row, OtherRecords others) {
     KeyName buffer;
     hr = DeleteKeyTree(key.Get(), buffer);
   }
-  if (Succeeded(hr)) hr = SaveRecords(row, key.Get());
-  if (Succeeded(hr) && existed && others == OtherRecords::kDelete) hr = DeleteOtherRecords(key.Get(), row);
+  if (Succeeded(hr)) hr = SaveRecords(row, key.Get(), others);
   if (Failed(hr) && !existed) {
     key.Reset();
     Sys().reg_delete_key(profile_key, name);  // as far as it can be undone
@@ -152,11 +166,15 @@ HRESULT FormatServiceKeyName(std::span<const BYTE> uid, ServiceKeyName& name) no
 }
 
 HRESULT SaveList(const PropList& list, HKEY key) noexcept {
-  for (const PropNodePtr& node : list.nodes()) {
-    if (!node->dirty()) continue;
-    if (HRESULT hr = SaveRecord(node->record, key); Failed(hr)) return hr;
-  }
-  return S_OK;
+  return at_boundary([&]() -> HRESULT {
+    WrittenProps written;
+    for (const PropNodePtr& node : list.nodes()) {
+      if (!node->dirty()) continue;
+      if (HRESULT hr = SaveRecord(node->record, key); Failed(hr)) return hr;
+      written.Add(node->tag());
+    }
+    return written.empty() ? S_OK : written.DeleteOthers(key, OtherRecords::kKeep);
+  });
 }
 
 HRESULT LoadList(PropList& list, HKEY key) noexcept {
@@ -187,14 +205,14 @@ HRESULT LoadTable(MemTable& table, HKEY profile_key) noexcept {
 
 HRESULT SaveTable(MemTable& table, HKEY profile_key) noexcept {
   return at_boundary([&]() -> HRESULT {
-    std::vector<Name> own;
+    Names own;
     for (std::size_t i = 0; i < table.row_count(); ++i) {
-      if (HRESULT hr = SaveRowAs(profile_key, table.row(i), OtherRecords::kDelete); Failed(hr)) return hr;
       KeyName name;
       if (HRESULT hr = NameServiceKey(table.row(i), name); Failed(hr)) return hr;
-      own.emplace_back(name);
+      // What is in the subkey by now may be of another row with the same identifier.
+      const OtherRecords others = own.emplace(name).second ? OtherRecords::kDelete : OtherRecords::kKeep;
+      if (HRESULT hr = SaveRowAs(profile_key, table.row(i), others); Failed(hr)) return hr;
     }
-    std::sort(own.begin(), own.end());
     std::vector<Name> found;
     if (HRESULT hr = ListNames(profile_key, &EnumSubkey, found); Failed(hr)) return hr;
     for (const Name& name : found) {
@@ -209,19 +227,14 @@ HRESULT UpdateRowAndSave(MemTable& table, const SPropValue& key, ULONG count, co
                          HKEY profile_key) noexcept {
   const std::size_t found = table.FirstMatch(key);
   if (found == kNowhere || count == 0) return MAPI_E_NOT_FOUND;
-  const TableRow& row = table.row(found);
   PropList list;
-  if (HRESULT hr = row.Unpack(list); Failed(hr)) return hr;
+  if (HRESULT hr = table.row(found).Unpack(list); Failed(hr)) return hr;
   for (ULONG i = 0; i < count; ++i) {
     if (HRESULT hr = list.SetToStore(values[i]); Failed(hr)) return hr;
   }
   TableRow updated;
   if (HRESULT hr = updated.Pack(list); Failed(hr)) return hr;
-  HRESULT hr = SaveRow(profile_key, updated);
-  if (Failed(hr)) {
-    at_boundary([&] { return SaveRowAs(profile_key, row, OtherRecords::kDelete); });  // what was written is undone
-    return hr;
-  }
+  if (HRESULT hr = SaveRow(profile_key, updated); Failed(hr)) return hr;
   table.ReplaceRow(found, std::move(updated));
   return S_OK;
 }

@@ -22,7 +22,8 @@ namespace uab {
 using ServiceKeyName = WCHAR[kKeyNameCapacity];
 HRESULT FormatServiceKeyName(std::span<const BYTE> uid, ServiceKeyName& name) noexcept;
 
-// Writes each dirty property of the list as a value of the key, and stops at the first failure. Properties stay dirty.
+// Writes each dirty property of the list as a value of the key, and stops at the first failure. What the key has of the
+// same properties under other names, which is of other types, goes then. Properties stay dirty. E_OUTOFMEMORY.
 HRESULT SaveList(const PropList& list, HKEY key) noexcept;
 
 // Reads the key's values into the list, all dirty; of two with the same property identifier the later one stays. A
@@ -31,9 +32,10 @@ HRESULT SaveList(const PropList& list, HKEY key) noexcept;
 // REQUIRES: list is empty.
 HRESULT LoadList(PropList& list, HKEY key) noexcept;
 
-// Writes all of a service's properties into its subkey, which loses its own subkeys. Other values of the subkey stay. A
-// subkey that was made for the service is gone again after a failure. MAPI_E_MISSING_REQUIRED_COLUMN: no
-// PR_SERVICE_UID, or an empty one. MAPI_E_STRING_TOO_LONG: one of more than 32 bytes. Nothing is written then.
+// Writes all of a service's properties into its subkey, which loses its own subkeys and what it has of the same
+// properties under other names. Other values of the subkey stay. A subkey that was made for the service is gone again
+// after a failure. MAPI_E_MISSING_REQUIRED_COLUMN: no PR_SERVICE_UID, or an empty one. MAPI_E_STRING_TOO_LONG: one of
+// more than 32 bytes. Nothing is written then. E_OUTOFMEMORY.
 HRESULT SaveRow(HKEY profile_key, const TableRow& row) noexcept;
 
 // Appends one row for each subkey, in the registry's order. Rows loaded before an error stay in the table.
@@ -41,12 +43,12 @@ HRESULT LoadTable(MemTable& table, HKEY profile_key) noexcept;
 
 // Makes the subkeys of a profile's key exactly the rows of the table. New settings are written before anything is
 // taken away, so that a failure loses no service: those of the table that are not written yet are as they were before.
-// A value that is no record stays in its service's subkey. Errors of SaveRow.
+// A value that is no record stays in its service's subkey. Rows with one identifier share a subkey: it has what any of
+// them has, of a property that several have that of the last. Errors of SaveRow.
 HRESULT SaveTable(MemTable& table, HKEY profile_key) noexcept;
 
 // Sets values in the first row that holds the key's property and writes the row. MAPI_E_NOT_FOUND: no such row, or
-// count is 0. Errors of PropList::Set and SaveRow; the row, and as far as the registry allows its subkey, are then as
-// they were before.
+// count is 0. Errors of PropList::Set and SaveRow; the row is then as it was before, its subkey perhaps not.
 HRESULT UpdateRowAndSave(MemTable& table, const SPropValue& key, ULONG count, const SPropValue* values,
                          HKEY profile_key) noexcept;
 

@@ -202,6 +202,19 @@ TEST_F(MsgServiceAdminTest, SectionsAreSnapshotsThatAreWrittenBack) {
   EXPECT_EQ(section->CopyProps(nullptr, 0, nullptr, &IID_IMAPIProp, target.Get(), MAPI_UNICODE, nullptr), E_INVALIDARG);
   EXPECT_EQ(section->CopyProps(file.address(), 0, nullptr, &IID_IMAPIProp, target.Get(), MAPI_UNICODE, nullptr), S_OK);
   EXPECT_EQ(PropText(*target.Get(), UAB_PR_FILE_NAME_W), UAB_TEXT("other"));
+  const Services stored = Stored();
+  const BYTE zeros[33] = {};
+  IMAPIProp* none = nullptr;
+  for (ULONG size : {0, 5, 16, 32, 33}) {  // a service keeps its identifier
+    value = size == 0 ? LongValue(PropTag(PT_LONG, 0x3D0C), 1) : BinaryValue(PR_SERVICE_UID, zeros, size);
+    const HRESULT hr = size == 33 ? MAPI_E_STRING_TOO_LONG : E_INVALIDARG;
+    EXPECT_EQ(services_->ConfigureMsgService(&uid, 0, MAPI_UNICODE, 1, &value, &none), hr) << size;
+    EXPECT_EQ(section->SetProps(1, &value, nullptr), S_OK);
+    EXPECT_EQ(section->SaveChanges(0), hr) << size;
+  }
+  EXPECT_EQ(Stored(), stored);
+  EXPECT_EQ(section->SetProps(1, &(value = BinaryValue(PR_SERVICE_UID, uid.ab, 16)), nullptr), S_OK);
+  EXPECT_EQ(section->SaveChanges(0), S_OK);
   EXPECT_EQ(services_->DeleteMsgService(&uid), S_OK);
   EXPECT_EQ(section->SaveChanges(0), MAPI_E_NOT_FOUND);
 }

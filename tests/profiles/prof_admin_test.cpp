@@ -127,6 +127,13 @@ TEST_F(ProfAdminTest, AKeyThatIsNoProfileMakesTheTableUnreadable) {
   key.Reset();
   ASSERT_EQ(RegDeleteKeyW(root.Get(), Text(65, 'x').c_str()), 0);
   EXPECT_EQ(admin_->GetProfileTable(MAPI_UNICODE, table.Put()), S_OK);
+
+  // Deeper down it keeps its own profile from being deleted, and no other.
+  const Text nested = UAB_TEXT("a\\") + Text(65, 'x');
+  ASSERT_EQ(CreateKey(root.Get(), nested.c_str(), &key, nullptr), S_OK);
+  EXPECT_EQ(Delete(kA), E_FAIL);
+  EXPECT_EQ(Create(kC), S_OK);
+  EXPECT_EQ(Delete(kC), S_OK);
 }
 
 TEST_F(ProfAdminTest, ACancelledDialogUndoesEverything) {

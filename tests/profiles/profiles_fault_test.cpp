@@ -47,5 +47,50 @@ TEST_F(ProfilesFault, AFailedCallIsAllOrNothing) {
   Sweep(Requests::kSystemCalls, {E_FAIL, E_INVALIDARG, MAPI_E_NOT_FOUND});
 }
 
+// Stands for RegSetValueExW where it fails; what is there already can be written.
+LSTATUS (*refuse)(const Text& name, const Data& data);
+LSTATUS UAB_CALL SetUnlessRefused(HKEY key, const WCHAR* name, DWORD, DWORD type, const BYTE* bytes, DWORD size) {
+  const Data data(bytes, bytes + size);
+  LSTATUS status = ReadBytes(key, name) == data ? 0 : refuse(name, data);
+  return status != 0 ? status : RegSetValueExW(key, name, 0, type, bytes, size);
+}
+
+TEST_F(ProfilesFault, AFullDiskAllowsDeletingOnly) {
+  refuse = [](const Text&, const Data&) { return static_cast<LSTATUS>(ERROR_DISK_FULL); };
+  for (const Operation& operation : kOperations) {
+    if (operation.dialog != nullptr || !operation.reports) continue;
+    const std::string name = operation.name;
+    const bool deletes = name == "delete" || name == "remove a service" || name == "no default";
+    const std::vector<std::string> whole = WholePictures(operation);
+    Restore();
+    Sys().reg_set_value = &SetUnlessRefused;
+    EXPECT_EQ(Run(operation.act), deletes ? S_OK : E_FAIL) << name;
+    Sys().reg_set_value = &RegSetValueExW;
+    EXPECT_EQ(Picture(), deletes ? whole.back() : whole.front()) << name;
+  }
+}
+
+TEST_F(ProfilesFault, WhatCantBeUndoneWaitsForItsOwnProfile) {
+  refuse = [](const Text& name, const Data& data) {  // no comment, and no way back to an old display name
+    const bool refused = name == UAB_TEXT("805568543") || (name == UAB_TEXT("805371935") && data[32] < 'a');
+    return static_cast<LSTATUS>(refused ? ERROR_ACCESS_DENIED : 0);
+  };
+  std::map<std::string, Act> acts;
+  for (const Operation& operation : kOperations) acts[operation.name] = operation.act;
+  for (const char* last : {"delete", "remove a service", "no default"}) {
+    Restore();
+    const Services before = ReadProfiles()[kA];
+    Sys().reg_set_value = &SetUnlessRefused;
+    for (const char* own : {"save a section", "save a section", "rename"}) EXPECT_EQ(Run(acts[own]), E_FAIL) << own;
+    for (const char* other : {"default", "add a service"}) EXPECT_EQ(Run(acts[other]), S_OK) << other;
+    const bool deletes = acts[last] != acts["no default"];
+    if (!deletes) Sys().reg_set_value = &RegSetValueExW;  // the obstacle goes
+    EXPECT_EQ(Run(acts[last]), S_OK) << last;
+    EXPECT_EQ(Picture().find("Unfinished"), std::string::npos) << last;
+    EXPECT_TRUE(deletes || ReadProfiles()[kA].begin()->second == before.begin()->second);
+    Sys().reg_set_value = &RegSetValueExW;
+  }
+}
+
 }  // namespace
 }  // namespace uab

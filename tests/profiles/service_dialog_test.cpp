@@ -86,7 +86,7 @@ class ServiceDialogTest : public ProfileWorld {
     return Show(*Admin(kA));
   }
   static INT_PTR Show(IMsgServiceAdmin& services) {
-    return ShowServiceDialog(nullptr, 0, {nullptr, &services, kServiceDialogTemplate, UAB_TEXT("App")});
+    return ShowServiceDialog(nullptr, 0, {&services, kServiceDialogTemplate, UAB_TEXT("App")});
   }
   // The services whose configuration has been saved, in their order.
   static std::string Saved() {
@@ -122,8 +122,8 @@ TEST_F(ServiceDialogTest, ListAndButtonsFollowTheUser) {
       {{0, 0, 0, 0},
        "select 4\npress 1157\nselect 2\npress 1157\npress 1157\npress 1157\n",
        {"*A B C D ARC", "A B C *D ARC@L", "A B *C ARC@R", "A *B C ARC@L", "A *C ARC@R", "*A ARC@R", "ARC@R"}},
-      {{0, 0x10000}, "press 1157\n", {"*A B ARC", "*B A-C@C"}},
-      {{0, 0x30000}, "press 1157\n", {"*A B ARC", "*B A--@O"}},
+      {{0x20000, 0x10000}, "press 1157\n", {"*A B AR-", "*B A-C@C"}},
+      {{0x20000, 0x30000}, "press 1157\n", {"*A B AR-", "*B A--@O"}},
       {{0, 0}, "press 1158\ndouble 1\n", {"*A B ARC", "B *A ARC@C", "*B A ARC@L", "A *B ARC@L"}},
       {{0, 0, 0}, "select 3\npress 1158\n", {"*A B C ARC", "A B *C ARC@L", "A B *C ARC@C"}},  // its library fails
       {{0x20000}, "double 1\n", {"*A AR-", "*A AR-@L", "*A AR-@L"}},

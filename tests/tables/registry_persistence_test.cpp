@@ -196,10 +196,9 @@ TEST_F(RegistryPersistence, SavesARowUnderItsIdentifier) {
   UniqueKey service, nested;
   ASSERT_EQ(CreateKey(key_.Get(), kUidName, &service, nullptr), S_OK);
   ASSERT_EQ(CreateKey(service.Get(), UAB_TEXT("nested\\deeper"), &nested, nullptr), S_OK);
-  Store(service.Get(), UAB_TEXT("mine"), {1});
   ASSERT_EQ(SaveRow(key_.Get(), Service(kUid, UAB_TEXT("one"))), S_OK);
   EXPECT_TRUE(ReadServices(service.Get()).empty());
-  EXPECT_EQ(ReadServices(key_.Get())[kUidName].size(), 4u);  // its three properties, and what was there
+  EXPECT_EQ(ReadServices(key_.Get())[kUidName].size(), 3u);
 
   const BYTE long_uid[33] = {};
   const std::pair<SPropValue, HRESULT> uids[] = {
@@ -226,7 +225,7 @@ TEST_F(RegistryPersistence, SavingATableLeavesItsRowsAndTheSettings) {
   Store(key_.Get(), UAB_TEXT("setting"), {1, 2});
   // What another program wrote: an identifier in capitals, a property more, something that is no record.
   ASSERT_EQ(RegDeleteKeyW(key_.Get(), UAB_TEXT("ab000000000000000000000000000000")), 0);
-  UniqueKey capitals;
+  UniqueKey capitals, second;
   ASSERT_EQ(CreateKey(key_.Get(), UAB_TEXT("AB000000000000000000000000000000"), &capitals, nullptr), S_OK);
   Store(capitals.Get(), UAB_TEXT("note"), {1});
   Store(capitals.Get(), UAB_TEXT("3"), Record(PR_DEPTH, {7}));
@@ -245,6 +244,14 @@ TEST_F(RegistryPersistence, SavingATableLeavesItsRowsAndTheSettings) {
   ASSERT_EQ(LoadTable(*loaded, key_.Get()), S_OK);
   ASSERT_EQ(loaded->row_count(), 2u);
   EXPECT_EQ(loaded->FirstMatch(BinaryValue(PR_SERVICE_UID, kUids[1], 16)), 0u);  // in name order
+
+  Store(capitals.Get(), UAB_TEXT("3"), Record(PR_DEPTH, {7}));  // what each of two with one identifier has alone
+  ASSERT_EQ(CreateKey(key_.Get(), UAB_TEXT("aa"), &second, nullptr), S_OK);
+  for (const auto& [name, data] : changed) Store(second.Get(), name.c_str(), data);
+  Store(second.Get(), UAB_TEXT("4"), Record(kTime, {9}));
+  ASSERT_EQ(LoadTable(*(table = TableOf()), key_.Get()), S_OK);
+  ASSERT_EQ(SaveTable(*table, key_.Get()), S_OK);
+  EXPECT_EQ(ReadValues(capitals.Get()).size(), 6u);
 }
 
 TEST_F(RegistryPersistence, UpdatesARowOrNothing) {
@@ -259,6 +266,24 @@ TEST_F(RegistryPersistence, UpdatesARowOrNothing) {
   EXPECT_EQ(UpdateRowAndSave(*table, key, 1, values, key_.Get()), S_OK);
   EXPECT_EQ(table->FirstMatch(values[0]), 1u);
   EXPECT_EQ(ReadServices(key_.Get()).size(), 1u);
+}
+
+TEST_F(RegistryPersistence, TheTypeThatWasSavedLastCounts) {
+  const SPropValue text = TextValue(PropTag(PT_UNICODE, 0x6630), UAB_TEXT("x")), number = LongValue(0x66300003, 5);
+  auto table = TableOf(Service(kUid, UAB_TEXT("one")));
+  UniqueKey service;
+  ASSERT_EQ(CreateKey(key_.Get(), kUidName, &service, nullptr), S_OK);
+  Store(service.Get(), UAB_TEXT("zz"), Record(number.ulPropTag, {7}));
+  Store(service.Get(), UAB_TEXT("3"), Record(PR_DEPTH, {7}));  // another property, and no record
+  Store(service.Get(), UAB_TEXT("note"), {1});
+  for (const SPropValue& value : {text, number, text}) {
+    EXPECT_EQ(UpdateRowAndSave(*table, BinaryValue(PR_SERVICE_UID, kUid, 16), 1, &value, key_.Get()), S_OK);
+    EXPECT_EQ(ReadValues(service.Get()).size(), 6u);
+    PropList list;  // the settings
+    ASSERT_EQ(list.Set(value), S_OK);
+    EXPECT_EQ(SaveList(list, key_.Get()), S_OK);
+    EXPECT_EQ(ReadValues(key_.Get()).size(), 1u);
+  }
 }
 
 }  // namespace
