@@ -3,9 +3,9 @@
 //
 //   1, 2   buttons to confirm and to cancel
 //   1155   list box, a line for each service
-//   1156   button that refreshes the buttons, nothing else; disabled unless the definition file has a choice of
-//   services 1157   button, removes the selected service 1158   button, configures the selected service, as a double
-//   click does
+//   1156   button that refreshes the buttons, nothing else; disabled unless the file has a choice of services
+//   1157   button, removes the selected service
+//   1158   button, configures the selected service, as a double click does
 //
 // Removals and configurations take effect at once; who shows the dialog undoes them when it is cancelled. What the
 // libraries changed in the sections of their services is saved when the user confirms.
