@@ -1,7 +1,8 @@
 # keluab_link_options(target): how a shared library of ours is linked, the product and plug-ins alike.
 #  - Windows: the compiler's run-time is linked in, so that only the system's own libraries are imported; of it only what
 #    is reached.
-#  - Linux: every symbol resolved, relocations read-only.
+#  - Linux: every symbol resolved, relocations read-only, its calls of its own functions bound inside: a function of the
+#    same name in the program, or in another copy of the library, does not take their place.
 function(keluab_link_options target)
   set_target_properties(${target} PROPERTIES PREFIX "")
   if(WIN32)
@@ -11,7 +12,7 @@ function(keluab_link_options target)
     target_link_options(${target} PRIVATE -Wl,-z,defs)
   endif()
   if(NOT WIN32)
-    target_link_options(${target} PRIVATE -Wl,-z,relro -Wl,-z,now)
+    target_link_options(${target} PRIVATE -Wl,-z,relro -Wl,-z,now -Wl,-Bsymbolic-functions)
   endif()
 endfunction()
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/at_boundary.h"
+#include "platform/wait_scope.h"
 #include "profiles/profile_lock.h"
 #include "profiles/profile_store.h"
 #include "profiles/undo_record.h"
@@ -17,6 +18,7 @@ HRESULT Settings::Load(const WCHAR* app_key, const WCHAR* profile_name) noexcept
     app_key_ = app_key;
     profile_name_ = profile_name;
     UniqueKey key;
+    WaitScope wait;
     ProfileLock lock;
     HRESULT hr = lock.AcquireToRead(app_key_);
     if (Failed(hr)) return hr;
@@ -36,6 +38,7 @@ void Settings::Save() noexcept {
   (void)props_.WithList([&](PropList& list) -> HRESULT {
     auto dirty = [](const PropNodePtr& node) { return node->dirty(); };
     if (std::none_of(list.nodes().begin(), list.nodes().end(), dirty)) return S_OK;
+    WaitScope wait;
     ProfileLock lock;
     if (HRESULT hr = lock.AcquireToChange(app_key_); Failed(hr)) return hr;
     return at_boundary([&] {

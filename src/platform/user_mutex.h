@@ -8,8 +8,8 @@ namespace uab {
 
 using UserMutexHandle = struct UserMutexHandle_*;
 
-// Waits for the mutex, at most ten seconds; null: not obtained. A thread that holds it never waits for it again.
-// to_change: the user's registry may be made for it where there is none yet.
+// Waits for the mutex, as long as the thread's call may; null: not obtained. A thread that holds it never waits for it
+// again. to_change: the user's registry may be made for it where there is none yet.
 UserMutexHandle AcquireUserMutex(bool to_change);  // throws nothing
 void ReleaseUserMutex(UserMutexHandle mutex) noexcept;
 

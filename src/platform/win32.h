@@ -36,6 +36,7 @@ inline constexpr DWORD ERROR_INVALID_HANDLE = 6;
 inline constexpr DWORD ERROR_NOT_ENOUGH_MEMORY = 8;
 inline constexpr DWORD ERROR_INVALID_PARAMETER = 87;
 inline constexpr DWORD ERROR_DISK_FULL = 112;
+inline constexpr DWORD ERROR_SEM_TIMEOUT = 121;
 inline constexpr DWORD ERROR_INSUFFICIENT_BUFFER = 122;
 inline constexpr DWORD ERROR_MOD_NOT_FOUND = 126;
 inline constexpr DWORD ERROR_PROC_NOT_FOUND = 127;
@@ -64,8 +65,9 @@ LSTATUS RegCreateKeyExW(HKEY key, const WCHAR* path, DWORD reserved, WCHAR* clas
                         SECURITY_ATTRIBUTES* security, HKEY* result, DWORD* disposition);
 // ERROR_FILE_NOT_FOUND: no such key.
 LSTATUS RegOpenKeyExW(HKEY key, const WCHAR* path, DWORD options, REGSAM access, HKEY* result);
-// Subkeys in name order. *name_chars: in the capacity with the terminator, out the length without it.
-// ERROR_NO_MORE_ITEMS: index at or behind the end. ERROR_MORE_DATA: the name does not fit.
+// Subkeys in name order. class_name, class_chars and last_write: null. *name_chars: in the capacity with the
+// terminator, out the length without it. ERROR_NO_MORE_ITEMS: index at or behind the end. ERROR_MORE_DATA: the name
+// does not fit.
 LSTATUS RegEnumKeyExW(HKEY key, DWORD index, WCHAR* name, DWORD* name_chars, DWORD* reserved, WCHAR* class_name,
                       DWORD* class_chars, FILETIME* last_write);
 // Values, in an order that stays the same between two changes. Counts as in RegEnumKeyExW; type, data and size may be
@@ -76,7 +78,8 @@ LSTATUS RegEnumValueW(HKEY key, DWORD index, WCHAR* name, DWORD* name_chars, DWO
 // ERROR_FILE_NOT_FOUND: no such value. ERROR_MORE_DATA: it does not fit.
 LSTATUS RegQueryValueExW(HKEY key, const WCHAR* name, DWORD* reserved, DWORD* type, BYTE* data, DWORD* size);
 LSTATUS RegSetValueExW(HKEY key, const WCHAR* name, DWORD reserved, DWORD type, const BYTE* data, DWORD size);
-// ERROR_ACCESS_DENIED: the key has subkeys. Open handles of a deleted key answer ERROR_KEY_DELETED.
+// REQUIRES: path names a key below. ERROR_ACCESS_DENIED: it has subkeys. Open handles of a deleted key answer
+// ERROR_KEY_DELETED.
 LSTATUS RegDeleteKeyW(HKEY key, const WCHAR* path);
 LSTATUS RegDeleteValueW(HKEY key, const WCHAR* name);
 LSTATUS RegCloseKey(HKEY key);
@@ -84,6 +87,9 @@ LSTATUS RegCloseKey(HKEY key);
 // ---- Last error: one per thread ------------------------------------------------------------------------------------
 void SetLastError(DWORD error);
 DWORD GetLastError();
+
+// ---- Time ----------------------------------------------------------------------------------------------------------
+std::uint64_t GetTickCount64();  // in milliseconds, since some moment; never set back
 
 // ---- Private-profile files -----------------------------------------------------------------------------------------
 // Stores the section's lines, each with its terminator, and an empty one behind the last; returns the characters stored

@@ -6,6 +6,7 @@
 #include "keluab/tags.h"
 #include "platform/at_boundary.h"
 #include "platform/system_calls.h"
+#include "platform/wait_scope.h"
 #include "profiles/profile_lock.h"
 #include "profiles/profile_section.h"
 #include "profiles/service_definitions.h"
@@ -38,7 +39,7 @@ HRESULT MsgServiceAdmin::Create(ULONG_PTR caller_param, HINSTANCE resources, con
     auto made = ComPtr<MsgServiceAdmin>::Attach(new MsgServiceAdmin(caller_param, resources, app_key));
     std::copy_n(profile_name, static_cast<std::size_t>(lstrlenW(profile_name)), made->profile_name_);
     {
-      LockedScope scope(made->table_section_);
+      WaitingLock scope(made->table_section_);
       if (HRESULT hr = made->NeedServiceTable(); Failed(hr)) return hr;
     }
     admin = std::move(made);
@@ -64,8 +65,8 @@ HRESULT MsgServiceAdmin::LoadServiceTable() noexcept {
 HRESULT MsgServiceAdmin::GetMsgServiceTable(ULONG flags, IMAPITable** table) noexcept {
   if (table == nullptr) return E_INVALIDARG;
   *table = nullptr;
-  LockedScope scope(section_);
-  LockedScope table_scope(table_section_);
+  WaitingLock scope(section_);
+  WaitingLock table_scope(table_section_);
   if ((flags & MAPI_UNICODE) == 0 || Failed(NeedServiceTable())) return E_FAIL;
   *table = table_.Detach();  // from now on the caller's: the next one is made anew
   return S_OK;
@@ -78,7 +79,7 @@ HRESULT MsgServiceAdmin::CreateMsgService(WCHAR* service_name, WCHAR* display_na
   RowSetPtr rows;
   if (HRESULT hr = ReadServiceDefinitions(kServicesSection, rows); Failed(hr)) return hr;
   return WhileKept([&]() -> HRESULT {
-    LockedScope scope(section_);
+    WaitingLock scope(section_);
     SRow* row = FindService(*rows.Get(), service_name);
     if (row == nullptr) return MAPI_E_NOT_FOUND;
     WCHAR*& name = row->lpProps[kDisplayNameValue].Value.lpszW;
@@ -97,7 +98,7 @@ HRESULT MsgServiceAdmin::AddServiceInstance(SRow& row, ULONG_PTR ui, ULONG flags
 }
 
 HRESULT MsgServiceAdmin::StoreNewService(SRow& row, MAPIUID& uid) noexcept {
-  LockedScope scope(table_section_);
+  WaitingLock scope(table_section_);
   ProfileLock lock;
   if (HRESULT hr = lock.AcquireToChange(app_key_); Failed(hr)) return hr;
   ComPtr<MemTable> table;
@@ -126,7 +127,7 @@ HRESULT MsgServiceAdmin::SetUpService(MAPIUID& uid, ULONG_PTR ui, ULONG flags, W
 
 HRESULT MsgServiceAdmin::DeleteMsgService(MAPIUID* uid) noexcept {
   if (uid == nullptr) return E_INVALIDARG;
-  LockedScope scope(table_section_);
+  WaitingLock scope(table_section_);
   ProfileLock lock;
   if (HRESULT hr = lock.AcquireToChange(app_key_); Failed(hr)) return hr;
   ComPtr<MemTable> table;
@@ -141,8 +142,9 @@ HRESULT MsgServiceAdmin::ConfigureMsgService(MAPIUID* uid, ULONG_PTR ui, ULONG f
   if (uid == nullptr) return E_INVALIDARG;
   if ((flags & MAPI_UNICODE) == 0) return MAPI_E_BAD_CHARWIDTH;
   if (section == nullptr) return E_INVALIDARG;
+  WaitScope wait;
   {
-    LockedScope scope(table_section_);
+    WaitingLock scope(table_section_);
     table_.Reset();
   }
   if ((flags & (SERVICE_UI_ALWAYS | SERVICE_UI_ALLOWED)) == 0) {
@@ -155,7 +157,7 @@ HRESULT MsgServiceAdmin::ConfigureMsgService(MAPIUID* uid, ULONG_PTR ui, ULONG f
 }
 
 HRESULT MsgServiceAdmin::SetServiceProps(const MAPIUID& uid, ULONG count, const SPropValue* values) noexcept {
-  LockedScope scope(table_section_);
+  WaitingLock scope(table_section_);
   ProfileLock lock;
   if (HRESULT hr = lock.AcquireToChange(app_key_); Failed(hr)) return hr;
   // What somebody else has removed meanwhile does not come back.
@@ -167,7 +169,7 @@ HRESULT MsgServiceAdmin::SetServiceProps(const MAPIUID& uid, ULONG count, const 
 }
 
 HRESULT MsgServiceAdmin::ReadService(const MAPIUID& uid, SRow& service) noexcept {
-  LockedScope scope(table_section_);
+  WaitingLock scope(table_section_);
   if (HRESULT hr = NeedServiceTable(); Failed(hr)) return hr;
   const std::size_t found = table_->FirstMatch(UidValue(uid));
   return found != kNowhere ? ProjectRow(table_->row(found), nullptr, service) : MAPI_E_NOT_FOUND;

@@ -32,6 +32,7 @@ class ProfAdmin final : public ComObject<ProfAdmin, IProfAdmin, &IID_UABProfAdmi
  private:
   ProfAdmin(const WCHAR* app_key, HINSTANCE resources) noexcept : app_key_(app_key), resources_(resources) {}
 
+  // For all down to CheckFree the ProfileLock is held, or could not be had: the caller's.
   // Replaces the table. On a failure there is none; the next operation that needs one tries again.
   HRESULT RebuildTable() noexcept UAB_REQUIRES(section_);
   HRESULT NeedTable() noexcept UAB_REQUIRES(section_);
@@ -41,8 +42,8 @@ class ProfAdmin final : public ComObject<ProfAdmin, IProfAdmin, &IID_UABProfAdmi
   HRESULT CheckFree(const WCHAR* name) noexcept UAB_REQUIRES(section_);
   HRESULT StoreProfile(const WCHAR* name, ULONG flags) noexcept;
   HRESULT LoadStored(const WCHAR* name, ComPtr<MemTable>& services) noexcept;
-  template <typename Body>
-  HRESULT Change(Body body) noexcept;
+  // Puts a backup (may be null) back and replaces the table.
+  void FollowDialog(const WCHAR* name, MemTable* backup) noexcept;
   HRESULT OpenServices(const WCHAR* name, ComPtr<MsgServiceAdmin>& admin) noexcept;
   // Shows the message service dialog; true: confirmed. No lock is held meanwhile.
   bool ShowDialog(MsgServiceAdmin& admin, ULONG_PTR ui) noexcept;

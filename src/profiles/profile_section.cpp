@@ -4,6 +4,7 @@
 
 #include "frame/allocation_chain.h"
 #include "platform/at_boundary.h"
+#include "platform/wait_scope.h"
 #include "profiles/msg_service_admin.h"
 #include "props/plain_copy.h"
 #include "props/prop_values.h"
@@ -23,7 +24,7 @@ HRESULT ProfileSection::Create(MsgServiceAdmin& admin, const MAPIUID& uid, ComPt
 // The lock is held until all is written: of two savers one writes after the other, each its whole set, and the last
 // Release of another thread waits.
 HRESULT ProfileSection::SaveChanges(ULONG) noexcept {
-  LockedScope scope(section_);
+  WaitingLock scope(section_);
   ULONG count = 0;
   ChainPtr<SPropValue> values;
   if (HRESULT hr = props_.GetAllProps(&count, values.Put()); Failed(hr)) return hr;

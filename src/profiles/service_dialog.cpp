@@ -4,6 +4,7 @@
 
 #include "platform/at_boundary.h"
 #include "platform/system_calls.h"
+#include "platform/wait_scope.h"
 #include "profiles/service_commands.h"
 
 namespace uab {
@@ -40,6 +41,7 @@ bool OnCommand(HWND window, WPARAM wparam) {
   if (dialog == nullptr) return false;
   if (dialog->busy()) return true;
   bool handled = false;
+  WaitScope wait;
   at_boundary([&]() -> HRESULT {
     handled = dialog->Handle(LOWORD(wparam), HIWORD(wparam));
     return S_OK;
@@ -63,6 +65,7 @@ void OnDestroy(HWND window) noexcept {
 }  // namespace
 
 INT_PTR ShowServiceDialog(HINSTANCE resources, ULONG_PTR ui, const ServiceDialogParams& params) noexcept {
+  WaitPause pause;
   return Sys().dialog_box_param(resources, MAKEINTRESOURCEW(kServiceDialogTemplate), reinterpret_cast<HWND>(ui),
                                 &ServiceDialogProcedure, reinterpret_cast<LPARAM>(&params));
 }

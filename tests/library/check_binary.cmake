@@ -1,7 +1,8 @@
 # cmake -DLIBRARY= -DWINDOWS= -DVERSION= -DSYMBOLS= -DSOURCE= -DBUILD= -DNM= -DREADELF= -DOBJDUMP= -P: what can be read from
-# the library's file. It exports its seven functions, undecorated, and nothing else, imports from the system's own libraries
-# only, takes part in what the system does against attacks, and says what it is. An optimised one, whose SYMBOLS are split
-# off, is small, names neither of the folders SOURCE and BUILD, and its symbols belong to it.
+# the library's file. It exports its seven functions, undecorated, and nothing else, and calls no others in their place,
+# imports from the system's own libraries only, takes part in what the system does against attacks, and says what it is.
+# An optimised one, whose SYMBOLS are split off, is small, names neither of the folders SOURCE and BUILD, and its symbols
+# belong to it.
 set(largest 300000)
 set(expected UABAdminProfiles UABAllocateBuffer UABAllocateMore UABFreeBuffer UABFreePadrlist UABFreeProws UABOpen)
 
@@ -52,6 +53,10 @@ else()
   endif()
   if(text MATCHES "TEXTREL")
     message(SEND_ERROR "its code is changed when it is loaded")
+  endif()
+  run(relocations ${READELF} --wide --relocs ${LIBRARY})
+  if(relocations MATCHES " UAB[A-Z][A-Za-z]+ ")
+    message(SEND_ERROR "asks the loader for its own function:${CMAKE_MATCH_0}")
   endif()
   run(segments ${READELF} --wide --segments ${LIBRARY})
   require("${text}\n${segments}" "FLAGS_1\\)[^\n]* NOW" "\n +GNU_RELRO " "\n +GNU_STACK [^\n]* RW +0x")

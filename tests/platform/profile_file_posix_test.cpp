@@ -1,6 +1,7 @@
 // Private-profile files as only the stand-in reads them: 8-bit text is UTF-8 there.
 #include <gtest/gtest.h>
 
+#include "platform/posix/utf.h"
 #include "support/hive.h"
 
 namespace uab {
@@ -28,6 +29,10 @@ TEST(ProfileFilePosix, WhatOnlyTheStandInReads) {
     EXPECT_EQ(chars, each.read.size() + !each.read.empty()) << &each - cases;
     EXPECT_EQ(Text(buffer, each.read.size() + 2), each.read + Text(2, 0)) << &each - cases;
   }
+  WCHAR buffer[8];
+  const std::filesystem::path file = hive.Folder() / "a\xE4\xED\xB2\x80.ini";  // no UTF-8
+  std::filesystem::copy(hive.WriteFile("test.ini", "[s]\nx"), file);
+  EXPECT_EQ(GetPrivateProfileSectionW(u"s", buffer, 8, PathToUtf16(file.native()).c_str()), 2u);
 }
 
 }  // namespace

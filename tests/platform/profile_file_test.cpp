@@ -36,12 +36,14 @@ TEST_F(ProfileFile, SectionsAndLines) {
   const char kFile[] =
       "; head\r\nstray=1\r\n[One]\r\n  k=v w \r\n;comment\r\n\r\n \t \r\nplain\r\n ; "
       "remark\r\n\tq=\"z\"\t\r\nempty=\r\n"
-      "  [Two]  \r\na=b ; no comment\n#h=1\n=x\r\n[Three] tail\rc=d\re=[f]\r\n[one]\r\nx=1\r\n[none]\r\n[last]\nend=1";
+      "  [Two]  \r\na=b ; no comment\n#h=1\n=x\r\n[Three] tail\rc=d\re=[f]\r\n[one]\r\nx=1\r\n[none]\r\n[ a]b ] "
+      "x\r\ny=1\r\n[last]\nend=1";
   const std::pair<const WCHAR*, Lines> rows[] = {
       {UAB_TEXT("oNE"), {UAB_TEXT("k=v w"), UAB_TEXT("plain"), UAB_TEXT("q=\"z\""), UAB_TEXT("empty=")}},
       {UAB_TEXT("Two"), {UAB_TEXT("a=b ; no comment"), UAB_TEXT("#h=1"), UAB_TEXT("=x")}},
       {UAB_TEXT("Three"), {UAB_TEXT("c=d"), UAB_TEXT("e=[f]")}},
       {UAB_TEXT("none"), {}},
+      {UAB_TEXT("a]b"), {UAB_TEXT("y=1")}},
       {UAB_TEXT("last"), {UAB_TEXT("end=1")}},
       {UAB_TEXT("missing"), {}},
       {UAB_TEXT("On"), {}},

@@ -88,6 +88,8 @@ TEST_F(RegistryCalls, CaseIsKeptAndIgnored) {
   Make(UAB_TEXT("tOP\\F\u00DCX"));
   EXPECT_EQ(disposition_, REG_OPENED_EXISTING_KEY);
   EXPECT_EQ(Subkeys(Make(UAB_TEXT("TOP"))), Names{UAB_TEXT("F\u00FCx")});
+  Make(UAB_TEXT("S\u0131\\\u017Fi"));  // a dotless i and a long s are letters of their own
+  EXPECT_TRUE(Open(HKEY_CURRENT_USER, UAB_TEXT("Si")) == 2 && Open(HKEY_CURRENT_USER, UAB_TEXT("S\u0131\\si")) == 2);
   EXPECT_EQ(Set(root, UAB_TEXT("Na\u00EFve"), "old"), 0);
   EXPECT_EQ(Set(root, UAB_TEXT("NA\u00CFVE"), "new"), 0);
   EXPECT_EQ(Values(root), Names{UAB_TEXT("Na\u00EFve")});

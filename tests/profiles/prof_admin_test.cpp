@@ -1,5 +1,9 @@
 #include "profiles/prof_admin.h"
 
+#include <future>
+
+#include "platform/system_calls.h"
+#include "platform/wait_scope.h"
 #include "profiles/profile_world.h"
 #include "support/dialog_script.h"
 
@@ -152,6 +156,28 @@ TEST_F(ProfAdminTest, ACancelledDialogUndoesEverything) {
   EXPECT_EQ(ReadProfiles(), before);
   EXPECT_EQ(in_dialog("press 1157\nok\n", [&] { return Configure(kA); }), S_OK);
   EXPECT_NE(ReadProfiles(), before) << "confirmed: the removal stays";
+}
+
+TEST_F(ProfAdminTest, ACallWaitsOnceForAnotherProcess) {
+  ASSERT_EQ(Create(kA, MAPI_DEFAULT_SERVICES), S_OK);
+  std::promise<void> held, done;
+  auto other = std::async(std::launch::async, [&] {  // to the system it is as good as another process
+    const UniqueUserMutex mutex(Sys().acquire_user_mutex(true));
+    held.set_value();
+    done.get_future().wait();
+  });
+  held.get_future().wait();
+  longest_wait = 600;
+  const std::uint64_t start = GetTickCount64();
+  auto beside =
+      std::async(std::launch::async, [&] { return Rename(kA, kB); });  // one of both has waited for the object
+  EXPECT_TRUE(Rename(kA, kB) == E_FAIL && beside.get() == E_FAIL);
+  EXPECT_NEAR(static_cast<double>(GetTickCount64() - start), 850, 250);
+  IUABSession* session = nullptr;
+  UABOpen(kAppKey, nullptr, 0, kA, MAPI_UNICODE, nullptr, nullptr, nullptr, nullptr, &session, 0);
+  EXPECT_NEAR(static_cast<double>(GetTickCount64() - start), 1500, 400);
+  done.set_value();
+  longest_wait = 10'000;
 }
 
 }  // namespace

@@ -1,5 +1,12 @@
 #include "platform/posix/file.h"
 
+#include <sys/file.h>
+#include <time.h>
+
+#include <algorithm>
+
+#include "platform/wait_scope.h"
+
 namespace uab {
 
 DWORD ErrorFromErrno(int error) noexcept {
@@ -47,5 +54,21 @@ bool WriteAll(int fd, const void* data, std::size_t size) noexcept {
   }
   return true;
 }
+
+bool LockFile(int fd, FileLock kind, bool patient) noexcept {
+  const int operation = (kind == FileLock::kAlone ? LOCK_EX : LOCK_SH) | LOCK_NB;
+  if (flock(fd, operation) == 0) return true;
+  Wait wait;
+  // Soon at first: most locks are held for a moment only, and who sleeps long comes too late for them.
+  for (long pause = 20'000; errno == EWOULDBLOCK || errno == EINTR; pause = std::min(2 * pause, 1'000'000L)) {
+    if (!patient || wait.Left() == 0) return false;
+    const timespec duration = {0, pause};
+    nanosleep(&duration, nullptr);
+    if (flock(fd, operation) == 0) return true;
+  }
+  return false;
+}
+
+void UnlockFile(int fd) noexcept { flock(fd, LOCK_UN); }
 
 }  // namespace uab

@@ -32,4 +32,13 @@ ssize_t ReadAt(int fd, void* data, std::size_t size, std::size_t offset) noexcep
 // False (and errno) when not all bytes could be written.
 bool WriteAll(int fd, const void* data, std::size_t size) noexcept;
 
+enum class FileLock { kShared, kAlone };
+
+// Takes the lock that a descriptor's open file can hold. False: not within the time that the thread's call may wait, or
+// at once when it is not patient.
+bool LockFile(int fd, FileLock kind, bool patient = true) noexcept;
+
+// Closing alone would not do: a child forked meanwhile has the same open file.
+void UnlockFile(int fd) noexcept;
+
 }  // namespace uab

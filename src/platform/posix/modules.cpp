@@ -59,7 +59,7 @@ HMODULE ThisModule() noexcept {
 
 DWORD GetModuleFileNameW(HMODULE module, WCHAR* path, DWORD size) {
   try {
-    std::u16string text = ToUtf16(ModulePath(module));
+    std::u16string text = PathToUtf16(ModulePath(module));
     if (text.empty() || size == 0) {
       SetLastError(text.empty() ? ERROR_INVALID_HANDLE : ERROR_INSUFFICIENT_BUFFER);
       return 0;
@@ -77,7 +77,7 @@ DWORD GetModuleFileNameW(HMODULE module, WCHAR* path, DWORD size) {
 
 HMODULE LoadLibraryW(const WCHAR* path) {
   try {
-    void* module = dlopen(ToUtf8(path).c_str(), RTLD_NOW | RTLD_LOCAL);
+    void* module = dlopen(PathFromUtf16(path).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr) SetLastError(ERROR_MOD_NOT_FOUND);
     return static_cast<HMODULE>(module);
   } catch (const std::bad_alloc&) {

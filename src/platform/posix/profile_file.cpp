@@ -15,7 +15,7 @@ namespace uab {
 namespace {
 
 DWORD ReadFile(const WCHAR* path, std::string* content) {
-  UniqueFd file(open(ToUtf8(path).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  UniqueFd file(open(PathFromUtf16(path).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   struct stat info;
   if (!file || fstat(file.Get(), &info) != 0) return ErrorFromErrno(errno);
   if (!S_ISREG(info.st_mode)) return ERROR_ACCESS_DENIED;
@@ -56,13 +56,13 @@ View TakeLine(View* text) {
   return Trim(line);
 }
 
-// Whether the line is "[...]"; *name is what the brackets hold.
+// Whether the line is "[...]", with anything behind it; *name is what the brackets hold, trimmed.
 template <typename View>
 bool IsHeader(View line, View* name) {
   if (line.empty() || line.front() != '[') return false;
-  std::size_t end = line.find(']');
+  std::size_t end = line.rfind(']');
   if (end == View::npos) return false;
-  *name = line.substr(1, end - 1);
+  *name = Trim(line.substr(1, end - 1));
   return true;
 }
 

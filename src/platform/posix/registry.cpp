@@ -10,7 +10,6 @@ namespace uab {
 namespace {
 
 constexpr REGSAM kQueryValue = 0x1;
-constexpr REGSAM kSetValue = 0x2;
 constexpr REGSAM kEnumerateSubkeys = 0x8;
 
 template <typename Body>
@@ -81,8 +80,8 @@ LSTATUS StoreData(const ValueReader& value, DWORD* type, BYTE* data, DWORD* size
 
 }  // namespace
 
-LSTATUS RegCreateKeyExW(HKEY key, const WCHAR* path, DWORD reserved, WCHAR*, DWORD, REGSAM access,
-                        SECURITY_ATTRIBUTES*, HKEY* result, DWORD* disposition) {
+LSTATUS RegCreateKeyExW(HKEY key, const WCHAR* path, DWORD reserved, WCHAR*, DWORD, REGSAM access, SECURITY_ATTRIBUTES*,
+                        HKEY* result, DWORD* disposition) {
   return Guarded([&]() -> LSTATUS {
     if (path == nullptr || result == nullptr || reserved != 0) return ERROR_INVALID_PARAMETER;
     std::vector<std::u16string_view> parts;
@@ -120,8 +119,8 @@ LSTATUS RegOpenKeyExW(HKEY key, const WCHAR* path, DWORD, REGSAM access, HKEY* r
   });
 }
 
-LSTATUS RegEnumKeyExW(HKEY key, DWORD index, WCHAR* name, DWORD* name_chars, DWORD* reserved, WCHAR* class_name,
-                      DWORD* class_chars, FILETIME* last_write) {
+LSTATUS RegEnumKeyExW(HKEY key, DWORD index, WCHAR* name, DWORD* name_chars, DWORD* reserved, WCHAR*, DWORD*,
+                      FILETIME*) {
   return Guarded([&]() -> LSTATUS {
     if (name == nullptr || name_chars == nullptr || reserved != nullptr) return ERROR_INVALID_PARAMETER;
     HandleKey target;
@@ -131,13 +130,7 @@ LSTATUS RegEnumKeyExW(HKEY key, DWORD index, WCHAR* name, DWORD* name_chars, DWO
     if (!target->Allows(kEnumerateSubkeys)) return ERROR_ACCESS_DENIED;
     std::u16string found;
     if ((status = target->NameAt(Key::Entry::kSubkey, index, &found)) != ERROR_SUCCESS) return status;
-    if (last_write != nullptr) {
-      if ((status = target->LastWrite(found, last_write)) != ERROR_SUCCESS) return status;
-    }
-    if ((status = StoreName(found, name, name_chars)) != ERROR_SUCCESS) return status;
-    if (class_name != nullptr && class_chars != nullptr && *class_chars > 0) *class_name = 0;
-    if (class_chars != nullptr) *class_chars = 0;
-    return ERROR_SUCCESS;
+    return StoreName(found, name, name_chars);
   });
 }
 
@@ -192,12 +185,11 @@ LSTATUS RegSetValueExW(HKEY key, const WCHAR* name, DWORD reserved, DWORD type, 
 
 LSTATUS RegDeleteKeyW(HKEY key, const WCHAR* path) {
   return Guarded([&]() -> LSTATUS {
-    if (path == nullptr) return ERROR_INVALID_PARAMETER;
     std::vector<std::u16string_view> parts;
     if (LSTATUS status = SplitKeyPath(path, &parts); status != ERROR_SUCCESS) return status;
+    if (parts.empty()) return ERROR_INVALID_PARAMETER;
     HandleKey start;
     if (LSTATUS status = start.Resolve(key); status != ERROR_SUCCESS) return status;
-    if (parts.empty()) return start->DeleteSelf();
     std::unique_ptr<Key> above;
     LSTATUS status = OpenParts(*start, std::span(parts).first(parts.size() - 1), KEY_ALL_ACCESS, &above);
     return status == ERROR_SUCCESS ? (above ? *above : *start).DeleteSubkey(parts.back()) : status;

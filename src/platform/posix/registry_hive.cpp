@@ -2,13 +2,15 @@
 
 #include <fcntl.h>
 #include <stdlib.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <string>
 
 namespace uab {
 namespace {
+
+constinit std::atomic<bool> waited_in_vain = false;
 
 // A relative folder in the environment counts as none: it would be another one after each change of directory.
 std::string ConfigFolder() {
@@ -46,10 +48,9 @@ LSTATUS OpenHive(bool create, std::shared_ptr<const Hive>* hive) {
     *opened->folder.Put() = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   }
   if (!opened->folder) return static_cast<LSTATUS>(ErrorFromErrno(errno));
-  if (create) {  // an empty key file is the root's from the start
-    UniqueFd key_file(openat(opened->folder.Get(), kKeyFile, O_RDONLY | O_CREAT | kKeyFileFlags, 0600));
-    if (!key_file) return static_cast<LSTATUS>(ErrorFromErrno(errno));
-  }
+  // An empty key file is the root's from the start. What took it away can't have meant the keys that are still there.
+  UniqueFd key_file(openat(opened->folder.Get(), kKeyFile, O_RDONLY | O_CREAT | kKeyFileFlags, 0600));
+  if (!key_file && create) return static_cast<LSTATUS>(ErrorFromErrno(errno));
   *hive = std::move(opened);
   return ERROR_SUCCESS;
 }
@@ -61,10 +62,13 @@ LSTATUS HiveLock::Acquire(const Hive& hive, Mode mode) noexcept {
     // The root is only removed from outside, with all its keys.
     return errno == ENOENT ? ERROR_KEY_DELETED : static_cast<LSTATUS>(ErrorFromErrno(errno));
   }
-  while (flock(file_.Get(), write ? LOCK_EX : LOCK_SH) != 0) {
-    if (errno != EINTR) return static_cast<LSTATUS>(ErrorFromErrno(errno));
-  }
-  return ERROR_SUCCESS;
+  const bool obtained = LockFile(file_.Get(), write ? FileLock::kAlone : FileLock::kShared, !waited_in_vain);
+  waited_in_vain = !obtained;
+  return obtained ? ERROR_SUCCESS : ERROR_SEM_TIMEOUT;
+}
+
+HiveLock::~HiveLock() {
+  if (file_) UnlockFile(file_.Get());
 }
 
 }  // namespace uab

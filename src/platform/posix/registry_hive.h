@@ -1,4 +1,5 @@
-// The hive: the folder that holds every key, and the lock that makes each change one step for all threads and processes.
+// The hive: the folder that holds every key, and the lock that makes each change one step for all threads and
+// processes.
 #pragma once
 
 #include <fcntl.h>
@@ -27,11 +28,14 @@ LSTATUS OpenHive(bool create, std::shared_ptr<const Hive>* hive);
 class HiveLock : NonCopyable {
  public:
   enum class Mode { kRead, kWrite };
-  // ERROR_ACCESS_DENIED: the hive can't be written.
+  HiveLock() noexcept = default;
+  ~HiveLock();
+  // ERROR_ACCESS_DENIED: the hive can't be written. ERROR_SEM_TIMEOUT: somebody else has it for longer than the
+  // thread's call may wait. Until this process has it again after that, each call tries once.
   LSTATUS Acquire(const Hive& hive, Mode mode) noexcept;
 
  private:
-  UniqueFd file_;  // closing it lets go
+  UniqueFd file_;
 };
 
 }  // namespace uab

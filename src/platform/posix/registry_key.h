@@ -12,8 +12,11 @@
 #include <string_view>
 
 #include "platform/posix/registry_hive.h"
+#include "platform/posix/registry_name.h"
 
 namespace uab {
+
+inline constexpr REGSAM kSetValue = 0x2;
 
 class Key : NonCopyable {
  public:
@@ -26,8 +29,6 @@ class Key : NonCopyable {
   LSTATUS CreateSubkey(std::u16string_view name, REGSAM access, std::unique_ptr<Key>* key, bool* created);
   // Deletes the subkey. ERROR_ACCESS_DENIED: it has subkeys.
   LSTATUS DeleteSubkey(std::u16string_view name);
-  // Deletes this key itself. ERROR_ACCESS_DENIED: it has subkeys or is the root.
-  LSTATUS DeleteSelf();
 
   LSTATUS SetValue(std::u16string_view name, DWORD type, std::span<const BYTE> data);
   LSTATUS DeleteValue(std::u16string_view name);
@@ -37,7 +38,6 @@ class Key : NonCopyable {
   LSTATUS NameAt(Entry kind, DWORD index, std::u16string* name);
 
   LSTATUS CheckAlive() const noexcept;
-  LSTATUS LastWrite(std::u16string_view subkey, FILETIME* time) const;
   bool Allows(REGSAM access) const noexcept { return (access_ & access) == access; }
   int Folder() const noexcept { return folder_.Get(); }
 
@@ -49,9 +49,14 @@ class Key : NonCopyable {
 
   static LSTATUS OpenAt(const std::shared_ptr<const Hive>& hive, int folder, const char* path, REGSAM access,
                         std::unique_ptr<Key>* key);
+  // Opens a subkey as it is found. What a power loss took from it is made up for.
+  LSTATUS Find(std::u16string_view name, REGSAM access, std::unique_ptr<Key>* key) const;
+  // The same, and settles it where the hive can be written. REQUIRES: the hive's lock, to write.
+  LSTATUS FindSettled(std::u16string_view name, REGSAM access, std::unique_ptr<Key>* key) const;
+  // Its file says its name, and its folder is called by today's rule.
+  bool IsSettled() const { return !lost_ && place_ == KeyFolderName(name_); }
   std::uint64_t Changes() const noexcept;
   LSTATUS CountChange() const noexcept;
-  LSTATUS Remove() const;
   LSTATUS MakeListing(Entry kind, std::unique_ptr<Listing>* listing) const;
   void Follow(std::uint64_t before, Entry kind, std::u16string_view name, bool added);
 
@@ -59,6 +64,8 @@ class Key : NonCopyable {
   UniqueFd folder_;
   UniqueFd file_;
   std::u16string name_;  // as created; empty: the root
+  std::string place_;    // the folder that it was found in
+  bool lost_ = false;    // the key file does not say the name
   REGSAM access_ = 0;
   std::mutex mutex_;
   std::unique_ptr<Listing> listings_[2];  // guarded by mutex_, by Entry; null: not made, or no longer good

@@ -1,6 +1,7 @@
 #include "platform/posix/registry_name.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdint>
 
 #include "platform/posix/fold_case.h"
@@ -37,10 +38,10 @@ std::string HashOf(std::u16string_view folded) {
 
 // Letters are written in lower case: one form of each is enough, and this one is easier to read. Everything but
 // letters, digits and a few marks is "%" and the unit's four digits.
-std::string Encode(std::u16string_view name) {
+std::string Encode(std::u16string_view name, char16_t (*fold)(char16_t) noexcept = &FoldCase) {
   if (name.empty()) return "@";
   std::u16string folded(name);
-  std::transform(folded.begin(), folded.end(), folded.begin(), FoldCase);
+  std::transform(folded.begin(), folded.end(), folded.begin(), fold);
   std::string out;
   for (char16_t unit : folded) {
     if (IsPlain(unit)) {
@@ -70,6 +71,30 @@ bool NameLess(std::u16string_view a, std::u16string_view b) noexcept {
 std::string KeyFolderName(std::u16string_view name) { return Encode(name); }
 
 std::string ValueFileName(std::u16string_view name) { return Encode(name).append(kValueSuffix); }
+
+std::string FormerKeyFolderName(std::u16string_view name) {
+  auto moved = [](char16_t unit) { return FormerFoldCase(unit) != FoldCase(unit); };
+  return std::any_of(name.begin(), name.end(), moved) ? Encode(name, &FormerFoldCase) : std::string();
+}
+
+std::string FormerValueFileName(std::u16string_view name) {
+  std::string former = FormerKeyFolderName(name);
+  return former.empty() ? former : former.append(kValueSuffix);
+}
+
+std::u16string NameOfKeyFolder(std::string_view file_name) {
+  std::u16string name;
+  for (std::size_t at = 0; at < file_name.size(); ++at) {
+    unsigned unit = static_cast<unsigned char>(file_name[at]);
+    if (unit == '%') {
+      const char* digits = file_name.data() + at + 1;
+      if (file_name.size() - at < 5 || std::from_chars(digits, digits + 4, unit, 16).ptr != digits + 4) return {};
+      at += 4;
+    }
+    name.push_back(static_cast<char16_t>(unit));
+  }
+  return KeyFolderName(name) == file_name ? name : std::u16string();
+}
 
 bool IsValueFileName(std::string_view file_name) noexcept {
   return file_name.size() > kValueSuffix.size() && file_name.ends_with(kValueSuffix) && file_name[0] != '.';

@@ -19,6 +19,13 @@ bool NameLess(std::u16string_view a, std::u16string_view b) noexcept;  // by upp
 
 std::string KeyFolderName(std::u16string_view name);
 std::string ValueFileName(std::u16string_view name);
+// What such a name's file was called when more letters were folded; empty: the same.
+std::string FormerKeyFolderName(std::u16string_view name);
+std::string FormerValueFileName(std::u16string_view name);
+
+// A name that the folder can stand for, in small letters; empty: a hash does not tell, or none of ours.
+std::u16string NameOfKeyFolder(std::string_view file_name);
+
 bool IsValueFileName(std::string_view file_name) noexcept;
 
 // The parts of a relative key path; none for a null or empty one. ERROR_BAD_PATHNAME: it starts with a backslash.

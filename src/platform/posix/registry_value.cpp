@@ -27,12 +27,17 @@ std::size_t NameBytes(std::size_t chars) { return chars * sizeof(char16_t); }
 
 LSTATUS ValueReader::Open(int folder, std::u16string_view name) {
   if (name.size() > kMaxValueName) return ERROR_FILE_NOT_FOUND;
-  LSTATUS status = OpenFile(folder, ValueFileName(name).c_str());
-  if (status != ERROR_SUCCESS) return status;
-  return SameName(name_, name) ? ERROR_SUCCESS : ERROR_WRITE_FAULT;  // two long names of one hash: refused
+  const std::string present = ValueFileName(name), former = FormerValueFileName(name);
+  LSTATUS status = OpenFile(folder, present.c_str());
+  if (status == ERROR_FILE_NOT_FOUND && !former.empty()) status = OpenFile(folder, former.c_str());
+  if (status != ERROR_SUCCESS || SameName(name_, name)) return status;
+  // Somebody else's by its former name, or two long names of one hash: refused.
+  const bool others = file_name_ != present || FormerValueFileName(name_) == file_name_;
+  return others ? ERROR_FILE_NOT_FOUND : ERROR_WRITE_FAULT;
 }
 
 LSTATUS ValueReader::OpenFile(int folder, const char* file_name) {
+  file_name_ = file_name;
   *file_.Put() = openat(folder, file_name, O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
   struct stat info;
   if (!file_ || fstat(file_.Get(), &info) != 0) return static_cast<LSTATUS>(ErrorFromErrno(errno));
@@ -74,6 +79,27 @@ LSTATUS WriteValue(int folder, std::u16string_view name, DWORD type, std::span<c
   LSTATUS status = static_cast<LSTATUS>(ErrorFromErrno(errno));
   unlinkat(folder, kNewFile, 0);
   return status;
+}
+
+LSTATUS MakeRoomForValue(int folder, std::u16string_view name) {
+  const std::string place = ValueFileName(name);
+  ValueReader other, moved;
+  if (other.OpenFile(folder, place.c_str()) != ERROR_SUCCESS) return ERROR_SUCCESS;
+  if (FormerValueFileName(other.Name()) != place) return ERROR_SUCCESS;
+  if (moved.Open(folder, other.Name()) == ERROR_SUCCESS && moved.FileName() != place) return ERROR_SUCCESS;
+  const bool done = renameat(folder, place.c_str(), folder, ValueFileName(other.Name()).c_str()) == 0;
+  return done ? ERROR_SUCCESS : static_cast<LSTATUS>(ErrorFromErrno(errno));
+}
+
+LSTATUS RemoveValue(int folder, std::u16string_view name) {
+  const std::string present = ValueFileName(name), former = FormerValueFileName(name);
+  ValueReader value;
+  bool removed = true;  // the former one first: it may be the older, and a kill must not bring it back
+  if (!former.empty() && value.OpenFile(folder, former.c_str()) == ERROR_SUCCESS && SameName(value.Name(), name)) {
+    removed = unlinkat(folder, former.c_str(), 0) == 0;
+  }
+  removed = removed && (unlinkat(folder, present.c_str(), 0) == 0 || errno == ENOENT);
+  return removed ? ERROR_SUCCESS : static_cast<LSTATUS>(ErrorFromErrno(errno));
 }
 
 }  // namespace uab

@@ -19,6 +19,7 @@ class ValueReader : NonCopyable {
   LSTATUS OpenFile(int folder, const char* file_name);
 
   const std::u16string& Name() const noexcept { return name_; }  // as the value was created
+  const std::string& FileName() const noexcept { return file_name_; }
   DWORD Type() const noexcept { return type_; }
   DWORD Size() const noexcept { return size_; }
   LSTATUS Read(BYTE* data) const noexcept;  // REQUIRES: room for Size() bytes
@@ -26,6 +27,7 @@ class ValueReader : NonCopyable {
 
  private:
   UniqueFd file_;
+  std::string file_name_;
   std::u16string name_;
   DWORD type_ = 0;
   DWORD size_ = 0;
@@ -34,5 +36,11 @@ class ValueReader : NonCopyable {
 // Writes a value beside the folder's entries and puts it in its place in one step. REQUIRES: the hive's lock.
 // durable: the data reaches the disk before the old value goes.
 LSTATUS WriteValue(int folder, std::u16string_view name, DWORD type, std::span<const BYTE> data, bool durable);
+
+// Frees a value's file name of another value that has it as its former one. REQUIRES: the hive's lock.
+LSTATUS MakeRoomForValue(int folder, std::u16string_view name);
+
+// Removes each file that a value has. A kill leaves the value as it was, or none. REQUIRES: the hive's lock.
+LSTATUS RemoveValue(int folder, std::u16string_view name);
 
 }  // namespace uab

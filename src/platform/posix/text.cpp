@@ -1,7 +1,4 @@
-// String functions. Case is compared code unit by code unit, by the C library's Unicode tables.
-#include <locale.h>
-#include <wctype.h>
-
+// String functions. Case is compared code unit by code unit, by the letters' pairs in Unicode.
 #include <cstring>
 #include <limits>
 #include <string>
@@ -24,14 +21,6 @@ int Compare(const WCHAR* a, const WCHAR* b, Map map) {
 }
 
 }  // namespace
-
-char16_t FoldCase(char16_t unit) noexcept {
-  if (unit < 0x80) return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 0x20) : unit;
-  static locale_t const unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-  if (unicode == nullptr) return unit;
-  wint_t upper = towupper_l(unit, unicode);
-  return upper <= 0xFFFF ? static_cast<char16_t>(upper) : unit;
-}
 
 int lstrlenW(const WCHAR* text) {
   return text == nullptr ? 0 : static_cast<int>(std::char_traits<WCHAR>::length(text));

@@ -2,8 +2,6 @@
 #include "platform/user_mutex.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
-#include <time.h>
 
 #include "platform/at_boundary.h"
 #include "platform/posix/registry_hive.h"
@@ -11,22 +9,11 @@
 namespace uab {
 namespace {
 
-constexpr int kLongestWait = 10'000;  // in milliseconds
-constexpr timespec kBetweenTries = {0, 1'000'000};
-
 // A descriptor as a handle: one more than its number, so that none is null.
 UserMutexHandle ToHandle(int fd) noexcept {
   return reinterpret_cast<UserMutexHandle>(static_cast<std::intptr_t>(fd) + 1);
 }
 int ToFd(UserMutexHandle mutex) noexcept { return static_cast<int>(reinterpret_cast<std::intptr_t>(mutex) - 1); }
-
-bool Lock(int fd) noexcept {
-  for (int waited = 0; flock(fd, LOCK_EX | LOCK_NB) != 0; ++waited) {
-    if ((errno != EWOULDBLOCK && errno != EINTR) || waited == kLongestWait) return false;
-    nanosleep(&kBetweenTries, nullptr);
-  }
-  return true;
-}
 
 }  // namespace
 
@@ -36,12 +23,15 @@ UserMutexHandle AcquireUserMutex(bool to_change) {
     std::shared_ptr<const Hive> hive;
     if (OpenHive(to_change, &hive) != static_cast<LSTATUS>(ERROR_SUCCESS)) return E_FAIL;
     UniqueFd folder(openat(hive->folder.Get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));  // a lock of its own
-    if (folder && Lock(folder.Get())) mutex = ToHandle(folder.Detach());
+    if (folder && LockFile(folder.Get(), FileLock::kAlone)) mutex = ToHandle(folder.Detach());
     return S_OK;
   });
   return mutex;
 }
 
-void ReleaseUserMutex(UserMutexHandle mutex) noexcept { UniqueFd closed(ToFd(mutex)); }
+void ReleaseUserMutex(UserMutexHandle mutex) noexcept {
+  UniqueFd folder(ToFd(mutex));
+  UnlockFile(folder.Get());
+}
 
 }  // namespace uab

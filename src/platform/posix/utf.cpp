@@ -52,9 +52,11 @@ Decoded DecodeUtf8(std::string_view text, std::size_t at) {
   return {code, length};
 }
 
-}  // namespace
+bool IsSurrogate(std::uint32_t code) { return code >= 0xD800 && code <= 0xDFFF; }
 
-std::string ToUtf8(std::u16string_view text) {
+enum class Kind { kText, kPath };
+
+std::string Encode(std::u16string_view text, Kind kind) {
   std::string out;
   out.reserve(text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -62,19 +64,23 @@ std::string ToUtf8(std::u16string_view text) {
     if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
       code = 0x10000 + ((code - 0xD800) << 10) + (text[++i] - 0xDC00u);
     }
-    AppendUtf8(out, code);
+    if (kind == Kind::kPath && code >= 0xDC80 && code <= 0xDCFF) {
+      out.push_back(static_cast<char>(code));
+    } else {
+      AppendUtf8(out, code);
+    }
   }
   return out;
 }
 
-std::u16string ToUtf16(std::string_view text) {
+std::u16string Decode(std::string_view text, Kind kind) {
   std::u16string out;
   out.reserve(text.size());
   for (std::size_t at = 0; at < text.size();) {
     Decoded next = DecodeUtf8(text, at);
-    if (next.bytes == 0) {
-      out.push_back(0xFFFD);
-      ++at;
+    if (next.bytes == 0 || (kind == Kind::kPath && IsSurrogate(next.code))) {
+      const auto byte = static_cast<unsigned char>(text[at++]);
+      out.push_back(kind == Kind::kPath ? static_cast<char16_t>(0xDC00 + byte) : u'\uFFFD');
       continue;
     }
     at += next.bytes;
@@ -87,5 +93,12 @@ std::u16string ToUtf16(std::string_view text) {
   }
   return out;
 }
+
+}  // namespace
+
+std::string ToUtf8(std::u16string_view text) { return Encode(text, Kind::kText); }
+std::u16string ToUtf16(std::string_view text) { return Decode(text, Kind::kText); }
+std::u16string PathToUtf16(std::string_view path) { return Decode(path, Kind::kPath); }
+std::string PathFromUtf16(std::u16string_view path) { return Encode(path, Kind::kPath); }
 
 }  // namespace uab

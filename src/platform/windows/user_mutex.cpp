@@ -4,11 +4,12 @@
 #include <algorithm>
 #include <iterator>
 
+#include "platform/wait_scope.h"
+
 namespace uab {
 namespace {
 
 constexpr WCHAR kPrefix[] = L"Global\\KELUAB profiles of ";
-constexpr DWORD kLongestWait = 10'000;  // in milliseconds
 
 }  // namespace
 
@@ -20,7 +21,8 @@ UserMutexHandle AcquireUserMutex(bool) {
   if (GetUserNameW(name + kPrefixChars, &room) == FALSE) return nullptr;
   HANDLE mutex = CreateMutexW(nullptr, FALSE, name);
   if (mutex == nullptr) return nullptr;
-  DWORD waited = WaitForSingleObject(mutex, kLongestWait);
+  Wait wait;
+  DWORD waited = WaitForSingleObject(mutex, wait.Left());
   if (waited == WAIT_OBJECT_0 || waited == WAIT_ABANDONED) return reinterpret_cast<UserMutexHandle>(mutex);
   CloseHandle(mutex);
   return nullptr;
