@@ -3,6 +3,8 @@
 // wait outside any scope has ten seconds of its own.
 #pragma once
 
+#include <cstdint>
+
 #include "platform/section.h"
 
 namespace uab {
