@@ -4,6 +4,7 @@
 
 #if defined(_WIN32)
 
+#include <malloc.h>
 #include <windows.h>
 
 /* One of this process, and one for several. */
@@ -27,10 +28,30 @@ static inline void* load(const char* path) { return LoadLibraryA(path); }
 static inline void* symbol(void* library, const char* name) { return (void*)GetProcAddress(library, name); }
 static inline void unload(void* library) { FreeLibrary(library); }
 
+#define THREAD_RESULT DWORD WINAPI
+static inline int run_thread(LPTHREAD_START_ROUTINE function) {
+  HANDLE thread = CreateThread(NULL, 0, function, NULL, 0, NULL);
+  return thread != NULL && WaitForSingleObject(thread, INFINITE) == WAIT_OBJECT_0 && CloseHandle(thread);
+}
+/* Indices and handles are given out from the lowest free one on. */
+static inline void count_what_is_held(size_t counts[4]) {
+  PROCESS_HEAP_ENTRY entry = {0};
+  _HEAPINFO block = {0};
+  HANDLE event = CreateEventW(NULL, FALSE, FALSE, NULL);
+  counts[0] = 0, counts[1] = TlsAlloc(), counts[2] = FlsAlloc(NULL), counts[3] = (size_t)event;
+  CloseHandle(event), FlsFree((DWORD)counts[2]), TlsFree((DWORD)counts[1]);
+  while (HeapWalk(GetProcessHeap(), &entry)) counts[0] += entry.wFlags & PROCESS_HEAP_ENTRY_BUSY ? entry.cbData : 0;
+  while (_heapwalk(&block) == _HEAPOK) counts[0] += block._useflag == _USEDENTRY ? block._size : 0;
+}
+
 #else
 
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <malloc.h>
+#include <pthread.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 static char hive_folder[] = "keluab-other-compiler-XXXXXX"; /* in the working folder */
 
@@ -54,6 +75,29 @@ static inline void remove_hive(void) {
 static inline void* load(const char* path) { return dlopen(path, RTLD_NOW | RTLD_LOCAL); }
 static inline void* symbol(void* library, const char* name) { return dlsym(library, name); }
 static inline void unload(void* library) { dlclose(library); }
+
+#define THREAD_RESULT void*
+static inline int run_thread(void* (*function)(void*)) {
+  pthread_t thread;
+  return pthread_create(&thread, NULL, function, NULL) == 0 && pthread_join(thread, NULL) == 0;
+}
+#if defined(__SANITIZE_ADDRESS__) /* whose heap is its own, and maps what it likes */
+size_t __sanitizer_get_current_allocated_bytes(void);
+#endif
+static inline void count_what_is_held(size_t counts[4]) {
+  pthread_key_t key;
+  pthread_key_create(&key, NULL), pthread_key_delete(key);
+  counts[1] = 0, counts[2] = key, counts[3] = (size_t)open("/proc/self/maps", O_RDONLY);
+  FILE* maps = fdopen((int)counts[3], "r");
+  for (int c; (c = getc(maps)) != EOF;) counts[1] += c == '\n';
+  fclose(maps);
+#if defined(__SANITIZE_ADDRESS__)
+  counts[0] = __sanitizer_get_current_allocated_bytes(), counts[1] = 0;
+#else
+  struct mallinfo2 heap = mallinfo2();
+  counts[0] = heap.uordblks + heap.hblkhd;
+#endif
+}
 
 #endif
 
