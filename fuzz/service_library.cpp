@@ -41,11 +41,11 @@ HRESULT UAB_CALL Open(WCHAR*, HINSTANCE, IUABSupport* support, IMAPIProp* sectio
   MAPIUID uid = {{static_cast<BYTE>(script->Below(3))}};
   if (!script->OneIn(4)) (void)support->SetProviderUID(&uid, 0);
   Change(*section);
-  if (!script->OneIn(4)) {
-    provider.AddRef();
-    *object = &provider;
-  }
-  return Answer();
+  const bool has_object = !script->OneIn(4);
+  if (has_object) *object = &provider;  // a failure leaves it behind without a reference
+  const HRESULT hr = Answer();
+  if (has_object && Succeeded(hr)) provider.AddRef();
+  return hr;
 }
 
 HRESULT UAB_CALL Entry(HINSTANCE, ULONG_PTR, ULONG, ULONG, ULONG, SPropValue*, IMAPIProp* section, IUABSupport*,

@@ -225,7 +225,8 @@ LSTATUS Key::FindSettled(std::u16string_view name, REGSAM access, std::unique_pt
   LSTATUS status = Find(name, access, key);
   if (status != ERROR_SUCCESS || (*key)->IsSettled()) return status;
   if ((*key)->lost_) {
-    if (!WriteKeyFile((*key)->Folder(), name)) return ERROR_SUCCESS;
+    // Counted: a name of which only the hash was left is listed from now on.
+    if (CountChange() != ERROR_SUCCESS || !WriteKeyFile((*key)->Folder(), name)) return ERROR_SUCCESS;
   } else {
     const std::string present = KeyFolderName(name);
     if (MakeRoom(Folder(), present) != ERROR_SUCCESS) return ERROR_SUCCESS;
